@@ -1,0 +1,93 @@
+#include "vellix/exceptions.h"
+
+#include <cerrno>
+#include <cstring>
+#include <functional>
+#include <utility>
+
+#include "vellix/exceptions_report.h"
+#include "vellix/sysutils_strings.h"
+
+namespace {
+
+const char* TextOrEmpty(const char* text) { return text ? text : ""; }
+
+// Whether `text` points into `whole`, its terminator included.
+bool PointsInto(const char* text, const std::string& whole) {
+  const std::less_equal<> not_after;
+  return not_after(whole.data(), text) &&
+         not_after(text, whole.data() + whole.size());
+}
+
+}  // namespace
+
+CBaseException::CBaseException(int code, const char* msg, int line,
+                               const char* file)
+    : code_(code),
+      message_(TextOrEmpty(msg)),
+      line_(line),
+      file_(TextOrEmpty(file)) {}
+
+CBaseException::CBaseException(IQuorlException* src) {
+  file_ = TextOrEmpty(src->GetExceptionSource(&line_));
+  message_ = TextOrEmpty(src->GetExceptionMsg());
+  code_ = src->GetExceptionCode();
+}
+
+const char* CBaseException::GetExceptionSource(int* line) const {
+  *line = line_;
+  return file_.c_str();
+}
+
+void CBaseException::SetException(int code, const char* msg, int line,
+                                  const char* file) {
+  file = TextOrEmpty(file);
+  // A text may lie in this object. Assigning a string a part of itself is
+  // sound; a file that lies in the message needs a copy before that changes.
+  std::string kept_file;
+  if (PointsInto(file, message_)) {
+    kept_file = file;
+    file = kept_file.c_str();
+  }
+  code_ = code;
+  message_ = TextOrEmpty(msg);
+  line_ = line;
+  file_ = file;
+}
+
+void CBaseException::Clear() {
+  code_ = 0;
+  message_.clear();
+}
+
+void CBaseException::Copy(IQuorlException* src) {
+  if (src == this) return;
+  int line = 0;
+  const std::string file = src->GetExceptionSource(&line);
+  const char* msg = src->GetExceptionMsg();
+  const int code = src->GetExceptionCode();
+  SetException(code, msg, line, file.c_str());
+}
+
+namespace QuorlBased {
+
+void FailureSource::Raise(int code, const char* msg, int line) const {
+  throw CBaseException(code, msg, line, name_);
+}
+
+void FailureSource::RaiseErrno(int code, const char* prefix, int line) const {
+  const int error = errno;
+  std::string message = prefix;
+  message += ": errno: ";
+  message += IntToStr(error);
+  message += ' ';
+  message += strerror(error);
+  throw CBaseException(code, message.c_str(), line, name_);
+}
+
+void RaiseStoredFailure() {
+  IQuorlException* stored = GetQuorlException();
+  if (stored->GetExceptionCode() != 0) throw CBaseException(stored);
+}
+
+}  // namespace QuorlBased

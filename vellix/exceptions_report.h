@@ -1,0 +1,83 @@
+// Raising and guarding: the one way in which the toolkit fails.
+//
+// A failure is thrown as a CBaseException. A boundary operation runs its body
+// under Guard, which records what leaves the body in the calling thread's
+// exception object and gives the operation's failure value.
+#ifndef VELLIX_EXCEPTIONS_REPORT_H_
+#define VELLIX_EXCEPTIONS_REPORT_H_
+
+#include <cxxabi.h>
+
+#include <exception>
+#include <type_traits>
+
+#include "vellix/exceptions.h"
+
+namespace QuorlBased {
+
+// A module of the toolkit, by the name that its failures carry as their file.
+class FailureSource {
+ public:
+  explicit constexpr FailureSource(const char* name) : name_(name) {}
+
+  // Throws the failure.
+  [[noreturn]] void Raise(int code, const char* msg,
+                          int line = __builtin_LINE()) const;
+
+  // Throws the failure of the system call just made. The message is composed
+  // of `prefix` and errno: "file_open error: errno: 2 No such file or
+  // directory". Must be the first statement after the failed call.
+  [[noreturn]] void RaiseErrno(int code, const char* prefix,
+                               int line = __builtin_LINE()) const;
+
+  // Runs `body` and gives its result. What leaves it ends in the calling
+  // thread's exception object, and the result is then `failure`.
+  //
+  // The unwinding by which a thread is cancelled or exits must not be
+  // swallowed, or the process aborts: it passes.
+  template <typename Body>
+  std::invoke_result_t<Body&> Guard(std::invoke_result_t<Body&> failure,
+                                    Body body,
+                                    int line = __builtin_LINE()) const {
+    try {
+      return body();
+    } catch (CBaseException& e) {
+      GetQuorlException()->Copy(&e);
+    } catch (abi::__forced_unwind&) {
+      throw;
+    } catch (const std::exception& e) {
+      GetQuorlException()->SetException(kStandardException, e.what(), line,
+                                        name_);
+    } catch (...) {
+      GetQuorlException()->SetException(kGeneralFailure, "Unknown exception",
+                                        line, name_);
+    }
+    return failure;
+  }
+
+  // The same for an operation without a result.
+  template <typename Body,
+            typename = std::enable_if_t<
+                std::is_void_v<std::invoke_result_t<Body&>>>>
+  void Guard(Body body, int line = __builtin_LINE()) const {
+    Guard(
+        false,
+        [&body] {
+          body();
+          return true;
+        },
+        line);
+  }
+
+ private:
+  const char* name_;
+};
+
+// Throws a copy of the failure that the calling thread's exception object
+// holds, if it holds one. For an operation that called a boundary operation
+// and must itself fail by throwing.
+void RaiseStoredFailure();
+
+}  // namespace QuorlBased
+
+#endif  // VELLIX_EXCEPTIONS_REPORT_H_

@@ -1,0 +1,261 @@
+// The byte stream interface and the toolkit's streams over a handle, a named
+// file and a growing memory block.
+//
+// Positions, sizes and the counts of CopyFrom are signed 64-bit bytes; one Read
+// or Write moves at most an unsigned 32-bit count, and gives it as a signed
+// one. No operation of the interface lets a failure out as an exception: it
+// gives its failure value and leaves the cause in the calling thread's
+// exception object. A stream holds no lock: it belongs to one thread at a time,
+// or to a caller that serialises it as the logger does.
+#ifndef VELLIX_QUORL_BASE_STREAMS_H_
+#define VELLIX_QUORL_BASE_STREAMS_H_
+
+#include <cstdint>
+#include <string>
+
+namespace QuorlBased {
+
+// What the offset of a seek counts from. The values are those of lseek(2).
+enum SeekOrigin : int {
+  SeekBegin = 0,
+  SeekCurrent = 1,
+  SeekEnd = 2,
+};
+
+// A stream as every module of the process sees it, and what a host implements
+// to give the logger a target of its own. The order of the operations is part
+// of the binary interface. There is no destructor: an object behind it ends by
+// its own Free.
+class IQuorlStream {
+ public:
+  // The position from the start; -1 on failure.
+  virtual int64_t GetPosition() = 0;
+  // Moves to `position` from the start; gives the new position, -1 on failure.
+  virtual int64_t SetPosition(int64_t position) = 0;
+  // The size; -1 on failure.
+  virtual int64_t GetSize() = 0;
+  // Makes the stream `newSize` bytes long; false on failure.
+  virtual bool SetSize(int64_t newSize) = 0;
+  // Reads up to `count` bytes; gives the bytes read, -1 on failure.
+  virtual int32_t Read(void* buffer, uint32_t count) = 0;
+  // Writes up to `count` bytes; gives the bytes written, -1 on failure.
+  virtual int32_t Write(const void* buffer, uint32_t count) = 0;
+  // Moves the position; gives the new one from the start, -1 on failure.
+  virtual int64_t Seek(int64_t offset, SeekOrigin origin) = 0;
+  // Copies `count` bytes from the position of `source` to this stream; a count
+  // of 0 copies the whole source from its start. Gives the bytes copied, -1 on
+  // failure.
+  virtual int64_t CopyFrom(IQuorlStream* source, int64_t count) = 0;
+  virtual bool IsStream() = 0;
+  // Whether the end has been met.
+  virtual bool Eof() = 0;
+  // Destroys the object.
+  virtual void Free() = 0;
+};
+
+// Position, size and copying on top of Seek, Read and Write, which a concrete
+// stream supplies.
+class CQuorlStreamImpl : public IQuorlStream {
+ public:
+  CQuorlStreamImpl() = default;
+  CQuorlStreamImpl(const CQuorlStreamImpl&) = delete;
+  CQuorlStreamImpl& operator=(const CQuorlStreamImpl&) = delete;
+
+  int64_t GetPosition() override;
+  int64_t SetPosition(int64_t position) override;
+
+  // Seeks to the end and back. -1 when the position cannot be had.
+  int64_t GetSize() override;
+
+  // Changes nothing and gives false.
+  bool SetSize(int64_t newSize) override;
+
+  // A Read that gives less than it was asked for is followed by another one,
+  // and so is a Write. A Read or Write of -1 ends the copy with -1 and what it
+  // recorded; what was copied before stays.
+  //
+  // Failure: -1, recorded: kBadArgument "Count can't be less than zero",
+  // kNullPointer "Bad pointer", kOutOfMemory "No enough memory", kEndOfData
+  // "End of file" when the source ends early or the destination takes nothing
+  // more. Success clears the object.
+  int64_t CopyFrom(IQuorlStream* source, int64_t count) override;
+
+  // False.
+  bool IsStream() override;
+
+  // Clears the thread's exception object and deletes this stream, which must
+  // have been made with new. A failure of the destructor is recorded.
+  void Free() override;
+
+  // May throw: Free records what a derived destructor raises.
+  virtual ~CQuorlStreamImpl() noexcept(false);
+};
+
+// A stream over a file handle that someone else opened and closes. Its position
+// is that of the handle, shared with all who use it. Nothing is buffered.
+class CHandleStream : public CQuorlStreamImpl {
+ public:
+  // Throws kBadArgument "CHandleStream::CHandleStream: bad file handle" for a
+  // `handle` of -1.
+  explicit CHandleStream(int32_t handle);
+
+  // Makes the file `newSize` bytes long and always leaves the position at 0.
+  //
+  // Failure: false, recorded: kFileFailure "Stream Size less than Seek" when
+  // the seek to the new end fails, or what file_set_current_end recorded.
+  // Success leaves the object as it was.
+  bool SetSize(int64_t newSize) override;
+
+  // file_read. At the end of the file: -1, recorded as kEndOfData, and Eof is
+  // true from then on until the next Seek, Write or SetSize.
+  int32_t Read(void* buffer, uint32_t count) override;
+
+  // file_write; a short write is a success.
+  int32_t Write(const void* buffer, uint32_t count) override;
+
+  // file_seek.
+  int64_t Seek(int64_t offset, SeekOrigin origin) override;
+
+  // Whether the last Read met the end. Asks the system nothing.
+  bool Eof() override;
+
+  // Leaves the handle open.
+  ~CHandleStream() override;
+
+  // The handle, which stays the stream's. Clears the thread's exception object.
+  virtual int32_t GetHandle();
+
+ protected:
+  int32_t handle_;
+  bool eof_ = false;
+};
+
+// A stream over a file that it opens and closes itself.
+class CFileStream : public CHandleStream {
+ public:
+  // `mode` as in file_open: 0xFFFF makes or empties the file, any other word
+  // opens an existing one. Throws what file_open recorded.
+  CFileStream(const std::string& path, uint16_t mode);
+
+  // Closes the file, with what file_close does to the exception object.
+  ~CFileStream() override;
+};
+
+// file_open that fails by throwing what file_open recorded; -1 if it failed
+// and recorded nothing.
+int32_t file_open_exp(const std::string& path, const uint16_t& mode);
+
+// Reading, seeking and saving over one malloc block, which the stream owns and
+// frees.
+class CCustomMemoryStream : public CQuorlStreamImpl {
+ public:
+  CCustomMemoryStream() = default;
+
+  // The block; null when there is none. Valid until the next change of size.
+  void* GetMemory() const { return memory_; }
+
+  // Hands the stream `block`, which must come from malloc or realloc and hold
+  // `size` bytes. The block that was there is not freed, the position stays.
+  // Throws kBadArgument "Size can't be less than zero".
+  void SetPointer(void* block, int64_t size);
+
+  // Copies up to `count` bytes from the position on; 0 at the end is no
+  // failure.
+  //
+  // Failure: -1, recorded: kNullPointer "Bad pointer", kEndOfData "self Buffer
+  // is end" for a position beyond the size; -1 with nothing recorded for a
+  // negative position. Clears the object first.
+  int32_t Read(void* buffer, uint32_t count) override;
+
+  // A position up to the size is good, a negative one too.
+  //
+  // Failure: -1, recorded: kGeneralFailure "Unexpected error" for an unknown
+  // origin, kEndOfData "Position can't large than end". Success clears the
+  // object.
+  int64_t Seek(int64_t offset, SeekOrigin origin) override;
+
+  // True without a block, and at the end of it.
+  bool Eof() override;
+
+  // Writes the whole stream, from its start, to the position of `dest`; the
+  // position ends at the size.
+  //
+  // Failure: false, recorded: kNullPointer "Bad pointer", what CopyFrom
+  // recorded; false with nothing recorded for an empty stream. Clears the
+  // object first.
+  bool SaveToStream(CQuorlStreamImpl* dest);
+
+  // Makes or empties the file `path` and saves to it; an empty stream leaves an
+  // empty file and gives false. Failure: false, recorded by the open or by
+  // SaveToStream. Clears the object first.
+  bool SaveToFile(const std::string& path);
+
+  ~CCustomMemoryStream() override;
+
+ protected:
+  void* memory_ = nullptr;
+  int64_t size_ = 0;
+  int64_t position_ = 0;
+};
+
+// A memory block that grows as it is written, in steps of 8192 bytes. What a
+// growth adds is not initialised.
+class CMemoryStream : public CCustomMemoryStream {
+ public:
+  CMemoryStream() = default;
+
+  int64_t GetCapacity() const { return capacity_; }
+
+  // Brings the block to `newCapacity` bytes as Realloc rounds them; must not go
+  // below the size. Throws what Realloc recorded, or kOutOfMemory "No enough
+  // memory" if it recorded nothing; the stream is then unchanged.
+  void SetCapacity(int64_t newCapacity);
+
+  // Empties the stream and frees the block. Throws what SetCapacity throws.
+  void Clear();
+
+  // Frees the block for 0. A `newSize` equal to the size trims the block to the
+  // byte. A position beyond the new end moves to it.
+  //
+  // Failure: false, recorded: what SetCapacity throws; the stream is then
+  // unchanged. Clears the object first.
+  bool SetSize(int64_t newSize) override;
+
+  // Writes all `count` bytes of `buffer`, which is not tested, at the position,
+  // growing as needed.
+  //
+  // Failure: -1, recorded: kBadArgument "Count can't less than zero" for a
+  // negative position, kTooSmall "Dest buffer is not enough" for no bytes at
+  // position 0, kOutOfMemory "No enough memory"; the stream is then unchanged.
+  // Success clears the object.
+  int32_t Write(const void* buffer, uint32_t count) override;
+
+  // Replaces the content by all of `source`; the position ends at the size.
+  // After a failure the stream may have its new size and part of the data.
+  //
+  // Failure: false, recorded: kNullPointer "Bad pointer", kNoData "Soure Stream
+  // is empty", what CopyFrom recorded.
+  bool LoadFromStream(IQuorlStream* source);
+
+  // LoadFromStream from the file `path`. Failure: false, recorded by the open
+  // or by LoadFromStream. Clears the object first.
+  bool LoadFromFile(const std::string& path);
+
+  ~CMemoryStream() override;
+
+  // The allocation policy: gives the block for `newCapacity` bytes and stores
+  // there what it rounded them up to, a multiple of 8192 unless the request is
+  // 0 or equals the size. Null for 0, with the block freed. SetCapacity is its
+  // only caller; a class that overrides it changes every growth of the stream.
+  //
+  // Failure: null for more than 0 bytes, recorded: kOutOfMemory "No enough
+  // memory"; the old block stays. Clears the object first.
+  virtual void* Realloc(int64_t& newCapacity);
+
+ protected:
+  int64_t capacity_ = 0;
+};
+
+}  // namespace QuorlBased
+
+#endif  // VELLIX_QUORL_BASE_STREAMS_H_

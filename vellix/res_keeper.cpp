@@ -1,0 +1,46 @@
+#include "vellix/res_keeper.h"
+
+#include <cstdint>
+#include <cstdlib>
+
+#include "vellix/exceptions_report.h"
+
+namespace QuorlBased {
+namespace {
+
+constexpr FailureSource kResKeeper("../res_keeper");
+
+}  // namespace
+
+ResKeeper::~ResKeeper() { free(ptr_); }
+
+void* ResKeeper::Alloc(size_t bytes) {
+  free(ptr_);
+  ptr_ = bytes <= PTRDIFF_MAX ? malloc(bytes) : nullptr;
+  size_ = ptr_ ? bytes : 0;
+  if (!ptr_) kResKeeper.Raise(kOutOfMemory, "No enough memory");
+  return ptr_;
+}
+
+void ResKeeper::Attach(void* block) {
+  if (!block) return;
+  if (block != ptr_) free(ptr_);
+  ptr_ = block;
+}
+
+void* ResKeeper::Realloc(size_t bytes) {
+  // A realloc to 0 bytes may free the block and give null: ask for one.
+  const size_t asked = bytes > 0 ? bytes : 1;
+  ptr_ = bytes <= PTRDIFF_MAX ? realloc(ptr_, asked) : nullptr;
+  size_ = ptr_ ? bytes : 0;
+  if (!ptr_) kResKeeper.Raise(kOutOfMemory, "No enough memory");
+  return ptr_;
+}
+
+void* ResKeeper::Release() {
+  void* block = ptr_;
+  ptr_ = nullptr;
+  return block;
+}
+
+}  // namespace QuorlBased

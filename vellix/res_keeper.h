@@ -1,0 +1,48 @@
+// ResKeeper: the owner of one malloc block for the length of a scope.
+#ifndef VELLIX_RES_KEEPER_H_
+#define VELLIX_RES_KEEPER_H_
+
+#include <cstddef>
+
+namespace QuorlBased {
+
+// Frees its block on every way out of the scope, unless Release handed it to
+// the caller. For one thread at a time.
+class ResKeeper {
+ public:
+  ResKeeper() = default;
+  ResKeeper(const ResKeeper&) = delete;
+  ResKeeper& operator=(const ResKeeper&) = delete;
+  ~ResKeeper();
+
+  // Frees the block held, allocates a block of `bytes`, not initialised, and
+  // gives it; it stays the keeper's. Throws kOutOfMemory "No enough memory",
+  // for more than PTRDIFF_MAX bytes without asking the heap; the keeper then
+  // holds nothing.
+  void* Alloc(size_t bytes);
+
+  // Takes over `block`, which must come from malloc or realloc. A null `block`
+  // leaves the keeper as it was; a block held before is freed.
+  void Attach(void* block);
+
+  // Brings the block to `bytes`, keeping what fits, and gives the block; it
+  // may have moved. Throws kOutOfMemory "No enough memory"; the old block is
+  // then still allocated and no longer the keeper's.
+  void* Realloc(size_t bytes);
+
+  // Hands the block to the caller, who frees it; null if there is none.
+  void* Release();
+
+  void* Get() const { return ptr_; }
+
+  // Bytes of the block as last allocated by the keeper, 0 after a failure.
+  size_t Size() const { return size_; }
+
+ private:
+  void* ptr_ = nullptr;
+  size_t size_ = 0;
+};
+
+}  // namespace QuorlBased
+
+#endif  // VELLIX_RES_KEEPER_H_
