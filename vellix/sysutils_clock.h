@@ -1,0 +1,29 @@
+// An elapsed-time clock, a sleep, the time of day and the processor count.
+// None of them fails, and none touches the thread's exception object. All may
+// be called from any thread.
+#ifndef VELLIX_SYSUTILS_CLOCK_H_
+#define VELLIX_SYSUTILS_CLOCK_H_
+
+#include <cstdint>
+
+namespace QuorlBased {
+
+// Milliseconds since the first call in the process, which gives 0. Setting the
+// system's clock does not move it, and it does not run backwards.
+uint64_t QuorlBased_GetTicks();
+
+// Lets the calling thread sleep for `ms` milliseconds; a signal handler that
+// runs on the thread ends the sleep early. The microseconds are counted in 32
+// bits: above 4294967 milliseconds they wrap.
+void QuorlBased_Sleep(uint32_t ms);
+
+// Seconds since 1970-01-01 00:00 UTC by the system's clock, the low 32 bits.
+uint32_t get_system_time();
+
+// The processors that the system has, those that are switched off included; 1
+// when the system does not tell.
+int32_t get_cpu_count();
+
+}  // namespace QuorlBased
+
+#endif  // VELLIX_SYSUTILS_CLOCK_H_
