@@ -1,10 +1,29 @@
-# Options of the library's own objects. None of them reaches a user's targets.
+# Options of this tree's own targets. None of them reaches a user's targets.
 
-set(VELLIX_WARNINGS
-    -Wall -Wextra -Wconversion -Wshadow -Wformat=2 -Werror)
+set(VELLIX_SANITIZE "" CACHE STRING
+    "Sanitizers of all targets of this tree, as -fsanitize takes them")
+
+# A user's newer compiler may warn where ours do not.
+if(PROJECT_IS_TOP_LEVEL AND NOT DEFINED CMAKE_COMPILE_WARNING_AS_ERROR)
+  set(CMAKE_COMPILE_WARNING_AS_ERROR ON)
+endif()
+if(PROJECT_IS_TOP_LEVEL AND NOT CMAKE_BUILD_TYPE
+   AND NOT CMAKE_CONFIGURATION_TYPES)
+  set(CMAKE_BUILD_TYPE Release CACHE STRING "Build type" FORCE)
+endif()
+
+if(VELLIX_SANITIZE)
+  add_compile_options(-fsanitize=${VELLIX_SANITIZE} -fno-sanitize-recover=all
+                      -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=${VELLIX_SANITIZE})
+endif()
+
+set(VELLIX_WARNINGS -Wall -Wextra -Wconversion -Wshadow -Wformat=2)
 
 add_library(vellix_warnings INTERFACE)
 target_compile_options(vellix_warnings INTERFACE ${VELLIX_WARNINGS})
+
+set(VELLIX_OPTIMISED $<CONFIG:Release,RelWithDebInfo,MinSizeRel>)
 
 function(vellix_library_options target)
   set_target_properties(${target} PROPERTIES
@@ -15,13 +34,14 @@ function(vellix_library_options target)
       ${VELLIX_WARNINGS}
       # Messages and debug information must not depend on where we build.
       -ffile-prefix-map=${PROJECT_SOURCE_DIR}=.
+      -ffile-prefix-map=${PROJECT_BINARY_DIR}=.
       # A unique symbol would keep the library from ever being unloaded.
       $<$<CXX_COMPILER_ID:GNU>:-fno-gnu-unique>
-      $<$<CONFIG:Release>:-fstack-protector-strong
-                          -fstack-clash-protection
-                          -fcf-protection=full>)
-  target_compile_definitions(${target} PRIVATE
-      $<$<CONFIG:Release>:_FORTIFY_SOURCE=2>)
+      $<${VELLIX_OPTIMISED}:-U_FORTIFY_SOURCE
+                            -D_FORTIFY_SOURCE=2
+                            -fstack-protector-strong
+                            -fstack-clash-protection
+                            -fcf-protection=full>)
 endfunction()
 
 function(vellix_shared_library_options target)

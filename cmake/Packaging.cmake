@@ -1,0 +1,58 @@
+# `cpack -G DEB` in a build directory: libvellix1, libvellix-dev and
+# libvellix-doc. Configure with CMAKE_INSTALL_PREFIX=/usr for Debian's layout.
+set(debian ${CMAKE_CURRENT_BINARY_DIR}/debian)
+
+# The files that Debian wants in the documentation directory of each package.
+configure_file(cmake/debian/changelog.in ${debian}/changelog @ONLY)
+execute_process(COMMAND gzip -9nc ${debian}/changelog
+    OUTPUT_FILE ${debian}/changelog.Debian.gz COMMAND_ERROR_IS_FATAL ANY)
+
+# vellix_package(<component> <package> <section> <one line> <description>)
+macro(vellix_package component package section summary description)
+  string(TOUPPER ${component} upper)
+  set(CPACK_DEBIAN_${upper}_PACKAGE_NAME ${package})
+  set(CPACK_DEBIAN_${upper}_PACKAGE_SECTION ${section})
+  set(CPACK_COMPONENT_${upper}_DESCRIPTION "${summary}\n${description}")
+  install(FILES cmake/debian/copyright ${debian}/changelog.Debian.gz
+      DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${package}
+      COMPONENT ${component} EXCLUDE_FROM_ALL)
+  if(EXISTS ${CMAKE_CURRENT_SOURCE_DIR}/cmake/debian/${package}.overrides)
+    install(FILES cmake/debian/${package}.overrides
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/lintian/overrides
+        RENAME ${package} COMPONENT ${component} EXCLUDE_FROM_ALL)
+  endif()
+endmacro()
+
+vellix_package(runtime libvellix1 libs
+    "failure records and one log for the modules of a process"
+    "The shared library that a host loads once: a record of the last failure of
+each thread, and a logger that writes the records of all modules to one target
+in one line format.")
+vellix_package(development libvellix-dev libdevel
+    "failure records and one log for a process - development files"
+    "The headers, the static toolkit and the files by which CMake and pkg-config
+find them: streams, files, paths, threads, processes and text functions that
+report their failures to the thread's record.")
+vellix_package(documentation libvellix-doc doc
+    "failure records and one log for a process - documentation"
+    "The guides and the reference of the library and its toolkit.")
+
+set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGE_NAME libvellix)
+set(CPACK_PACKAGE_VENDOR "The vellix authors")
+set(CPACK_PACKAGE_CONTACT "The vellix authors <vellix@localhost.localdomain>")
+set(CPACK_PACKAGING_INSTALL_PREFIX ${CMAKE_INSTALL_PREFIX})
+set(CPACK_STRIP_FILES ON)
+set(CPACK_COMPONENTS_ALL runtime development documentation)
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_RELEASE 1)
+set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
+set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
+set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS
+    "libvellix1 (= ${PROJECT_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE})")
+set(CPACK_DEBIAN_DOCUMENTATION_PACKAGE_ARCHITECTURE all)
+include(CPack)
