@@ -1,0 +1,56 @@
+# Shell functions that `run` and `.ci/run` share. To be sourced.
+
+# The compiler launcher of CMake, where there is one.
+if command -v ccache >/dev/null; then
+  export CMAKE_CXX_COMPILER_LAUNCHER=${CMAKE_CXX_COMPILER_LAUNCHER-ccache}
+fi
+
+fail() {
+  printf '%s: %s\n' "${0##*/}" "$*" >&2
+  exit 1
+}
+
+# need <command or file>[=<package>]...: installs the Debian packages of what
+# is not there. A file may be a pattern; a package defaults to the command.
+need() {
+  local item packages=()
+  for item in "$@"; do
+    command -v "${item%%=*}" >/dev/null || compgen -G "${item%%=*}" >/dev/null ||
+      packages+=("${item#*=}")
+  done
+  [ ${#packages[@]} -gt 0 ] || return 0
+
+  local as_root=() advice="Install them, then call again: ${packages[*]}"
+  command -v apt-get >/dev/null || fail "apt-get is missing. $advice"
+  if [ "$(id -u)" -ne 0 ]; then
+    command -v sudo >/dev/null || fail "needs root or sudo. $advice"
+    as_root=(sudo)
+  fi
+  echo "Installing: ${packages[*]}" >&2
+  {
+    "${as_root[@]}" apt-get update -q &&
+      "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
+        apt-get install -qy --no-install-recommends "${packages[@]}"
+  } >&2 </dev/null || fail "apt-get could not install them. $advice"
+}
+
+# need_build_tools: what every preset needs.
+need_build_tools() {
+  need g++ cmake ninja=ninja-build \
+    /usr/include/gtest/gtest.h=libgtest-dev
+}
+
+# need_test_tools: what the test suite calls.
+need_test_tools() {
+  need_build_tools
+  need clang++=clang abidiff=abigail-tools pkg-config readelf=binutils \
+    dpkg-shlibdeps=dpkg-dev file strace lnav lognormalizer=liblognorm-utils
+}
+
+# build <preset> [target...]
+build() {
+  local preset=$1
+  shift
+  cmake --preset "$preset" &&
+    cmake --build --preset "$preset" ${1:+--target "$@"}
+}
