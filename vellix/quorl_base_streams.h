@@ -186,8 +186,8 @@ class CCustomMemoryStream : public CQuorlStreamImpl {
   bool SaveToStream(CQuorlStreamImpl* dest);
 
   // Makes or empties the file `path` and saves to it; an empty stream leaves an
-  // empty file and gives false. Failure: false, recorded by the open or by
-  // SaveToStream. Clears the object first.
+  // empty file and gives false. Failure: false, recorded by the open, by
+  // SaveToStream or by the close. Clears the object first.
   bool SaveToFile(const std::string& path);
 
   ~CCustomMemoryStream() override;
@@ -196,6 +196,9 @@ class CCustomMemoryStream : public CQuorlStreamImpl {
   void* memory_ = nullptr;
   int64_t size_ = 0;
   int64_t position_ = 0;
+  // The block came from SetPointer: how much more than the size it holds is not
+  // known.
+  bool handed_in_ = false;
 };
 
 // A memory block that grows as it is written, in steps of 8192 bytes. What a
@@ -238,9 +241,11 @@ class CMemoryStream : public CCustomMemoryStream {
   bool LoadFromStream(IQuorlStream* source);
 
   // LoadFromStream from the file `path`. Failure: false, recorded by the open
-  // or by LoadFromStream. Clears the object first.
+  // or by LoadFromStream. A close that fails is recorded only: the data are
+  // there. Clears the object first.
   bool LoadFromFile(const std::string& path);
 
+  // Frees the block, which clears the thread's exception object.
   ~CMemoryStream() override;
 
   // The allocation policy: gives the block for `newCapacity` bytes and stores
