@@ -1,0 +1,142 @@
+#include "vellix/sysutils_locks.h"
+
+#include <cerrno>
+#include <ctime>
+
+#include "vellix/sysutils_internal.h"
+#include "vellix/sysutils_polling.h"
+
+namespace QuorlBased {
+namespace {
+
+constexpr uint32_t kMillisecondsPerSecond = 1000;
+constexpr long kNanosecondsPerMillisecond = 1000000;
+constexpr long kNanosecondsPerSecond = 1000000000;
+
+// Holds a mutex of the platform, also until a cancelled thread unwinds.
+class MutexHold {
+ public:
+  explicit MutexHold(pthread_mutex_t* mutex) : mutex_(mutex) {
+    pthread_mutex_lock(mutex_);
+  }
+  MutexHold(const MutexHold&) = delete;
+  MutexHold& operator=(const MutexHold&) = delete;
+  ~MutexHold() { pthread_mutex_unlock(mutex_); }
+
+ private:
+  pthread_mutex_t* mutex_;
+};
+
+// The time of the monotonic clock in `timeout` milliseconds.
+timespec DeadlineIn(uint32_t timeout) {
+  timespec deadline = {};
+  clock_gettime(CLOCK_MONOTONIC, &deadline);
+  deadline.tv_sec += timeout / kMillisecondsPerSecond;
+  deadline.tv_nsec +=
+      timeout % kMillisecondsPerSecond * kNanosecondsPerMillisecond;
+  if (deadline.tv_nsec >= kNanosecondsPerSecond) {
+    deadline.tv_nsec -= kNanosecondsPerSecond;
+    ++deadline.tv_sec;
+  }
+  return deadline;
+}
+
+CXMutex& MutexOf(void* handle) {
+  if (!handle) kSysutils.Raise(kNullPointer, "Bad pointer");
+  return *static_cast<CXMutex*>(handle);
+}
+
+}  // namespace
+
+CXMutex::CXMutex() {
+  if (pthread_mutexattr_init(&attributes_) != 0) {
+    kSysutils.RaiseErrno(kGeneralFailure, "pthread_mutexattr_init: ");
+  }
+  if (pthread_mutexattr_settype(&attributes_, PTHREAD_MUTEX_RECURSIVE) != 0) {
+    pthread_mutexattr_destroy(&attributes_);
+    kSysutils.RaiseErrno(kGeneralFailure, "pthread_mutexattr_settype: ");
+  }
+  if (pthread_mutex_init(&mutex_, &attributes_) != 0) {
+    pthread_mutexattr_destroy(&attributes_);
+    kSysutils.RaiseErrno(kGeneralFailure, "pthread_mutex_init: ");
+  }
+}
+
+CXMutex::~CXMutex() {
+  pthread_mutexattr_destroy(&attributes_);
+  pthread_mutex_destroy(&mutex_);
+}
+
+bool CXMutex::Lock(uint32_t timeout) {
+  if (timeout == kWaitForever) return pthread_mutex_lock(&mutex_) == 0;
+  // The count of sleeps may pass the largest 32-bit time-out.
+  for (uint64_t slept = 0; slept <= timeout; slept += kPollMilliseconds) {
+    if (pthread_mutex_trylock(&mutex_) == 0) return true;
+    PollPause();
+  }
+  return false;
+}
+
+bool CXMutex::Unlock() { return pthread_mutex_unlock(&mutex_) == 0; }
+
+CXEvent::CXEvent(bool autoReset, bool initialState)
+    : auto_reset_(autoReset), signaled_(initialState) {
+  if (pthread_mutex_init(&mutex_, nullptr) != 0) {
+    kSysutils.RaiseErrno(kGeneralFailure, "pthread_mutex_init: ");
+  }
+  if (pthread_cond_init(&condition_, nullptr) != 0) {
+    pthread_mutex_destroy(&mutex_);
+    kSysutils.RaiseErrno(kGeneralFailure, "pthread_cond_init: ");
+  }
+}
+
+CXEvent::~CXEvent() {
+  pthread_mutex_destroy(&mutex_);
+  pthread_cond_destroy(&condition_);
+}
+
+bool CXEvent::Wait(uint32_t timeout) {
+  const MutexHold hold(&mutex_);
+  if (!signaled_) {
+    const timespec deadline = DeadlineIn(timeout);
+    // Not `signaled_`, which the first of several released threads may have
+    // cleared: one Set releases them all.
+    const uint64_t sets_before = sets_;
+    while (sets_ == sets_before) {
+      const int error =
+          timeout == kWaitForever
+              ? pthread_cond_wait(&condition_, &mutex_)
+              : pthread_cond_clockwait(&condition_, &mutex_, CLOCK_MONOTONIC,
+                                       &deadline);
+      if (error == ETIMEDOUT) return false;
+    }
+  }
+  if (auto_reset_) signaled_ = false;
+  return true;
+}
+
+void CXEvent::Set() {
+  const MutexHold hold(&mutex_);
+  signaled_ = true;
+  ++sets_;
+  pthread_cond_broadcast(&condition_);
+}
+
+void CXEvent::Reset() {
+  const MutexHold hold(&mutex_);
+  signaled_ = false;
+}
+
+void* init_critical() { return new CXMutex; }
+
+void enter_critical(void* handle) {
+  if (!MutexOf(handle).Lock(kWaitForever)) {
+    kSysutils.Raise(kGeneralFailure, "Unexpected error");
+  }
+}
+
+void leave_critical(void* handle) { MutexOf(handle).Unlock(); }
+
+void delete_critical(void* handle) { delete &MutexOf(handle); }
+
+}  // namespace QuorlBased

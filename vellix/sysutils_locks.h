@@ -1,0 +1,94 @@
+// Locks and events: a recursive mutex with a time-out, a flag that threads can
+// wait for, and the mutex as a handle without a type.
+//
+// Everything here may be called from any thread. An object must not be
+// destroyed while another thread is inside it. Nothing here touches the calling
+// thread's exception object; what fails by throwing says so.
+#ifndef VELLIX_SYSUTILS_LOCKS_H_
+#define VELLIX_SYSUTILS_LOCKS_H_
+
+#include <pthread.h>
+
+#include <cstdint>
+
+namespace QuorlBased {
+
+// The time-out, in milliseconds, that never runs out.
+constexpr uint32_t kWaitForever = 0xFFFFFFFF;
+
+// A recursive mutex: its holder may lock it again and unlocks it as often.
+class CXMutex {
+ public:
+  // Throws kGeneralFailure with the message of errno behind
+  // "pthread_mutexattr_init: ", "pthread_mutexattr_settype: " or
+  // "pthread_mutex_init: ".
+  CXMutex();
+  CXMutex(const CXMutex&) = delete;
+  CXMutex& operator=(const CXMutex&) = delete;
+  virtual ~CXMutex();
+
+  // Takes the lock; true when it is held. The time-out is in milliseconds and
+  // counts sleeps: `timeout` / 10 + 1 attempts, each failed one followed by a
+  // sleep of 10 milliseconds, the last and that of a `timeout` of 0 too. With
+  // kWaitForever it blocks.
+  bool Lock(uint32_t timeout);
+
+  // Releases one level. False when the calling thread does not hold the lock.
+  bool Unlock();
+
+ private:
+  pthread_mutex_t mutex_;
+  pthread_mutexattr_t attributes_;
+};
+
+// A flag that threads can wait for. With `autoReset` the thread that a Wait
+// lets through clears it, without it stays until Reset.
+class CXEvent {
+ public:
+  // Throws kGeneralFailure with the message of errno behind
+  // "pthread_mutex_init: " or "pthread_cond_init: ".
+  CXEvent(bool autoReset, bool initialState);
+  CXEvent(const CXEvent&) = delete;
+  CXEvent& operator=(const CXEvent&) = delete;
+  ~CXEvent();
+
+  // True at once when the event is set, else true when it is set within
+  // `timeout` milliseconds and false when it is not. Setting the system's time
+  // does not change the wait. A thread may be cancelled here.
+  bool Wait(uint32_t timeout);
+
+  // Sets the event and releases every thread that is in Wait, also with
+  // `autoReset`. Two calls count as one.
+  void Set();
+
+  // Clears the event; threads in Wait stay there.
+  void Reset();
+
+ private:
+  bool auto_reset_;
+  bool signaled_;
+  pthread_mutex_t mutex_;
+  pthread_cond_t condition_;
+  uint64_t sets_ = 0;  // tells a Set from a wake-up without a cause
+};
+
+// A CXMutex on the heap as a handle without a type, which the caller gives back
+// to delete_critical. Throws what the constructor of CXMutex throws, and
+// std::bad_alloc.
+void* init_critical();
+
+// Blocks until the calling thread holds the lock, also once more than before.
+// Throws kNullPointer "Bad pointer" for null and kGeneralFailure "Unexpected
+// error" when the system's lock fails.
+void enter_critical(void* handle);
+
+// Releases one level; does nothing for a thread that does not hold the lock.
+// Throws kNullPointer "Bad pointer" for null.
+void leave_critical(void* handle);
+
+// Destroys the lock. Throws kNullPointer "Bad pointer" for null.
+void delete_critical(void* handle);
+
+}  // namespace QuorlBased
+
+#endif  // VELLIX_SYSUTILS_LOCKS_H_

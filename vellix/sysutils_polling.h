@@ -1,0 +1,53 @@
+// How locks, threads and processes of the system layer wait: they look, sleep
+// 10 milliseconds and look again. A time-out counts sleeps, not clock time.
+#ifndef VELLIX_SYSUTILS_POLLING_H_
+#define VELLIX_SYSUTILS_POLLING_H_
+
+#include <pthread.h>
+#include <unistd.h>
+
+#include <cstdint>
+
+#include "vellix/sysutils_locks.h"
+
+namespace QuorlBased {
+
+constexpr uint32_t kPollMilliseconds = 10;
+
+// The sleep between two looks. A cancellation point.
+inline void PollPause() { usleep(kPollMilliseconds * 1000); }
+
+// Looks until `ended()` is true or `timeout` milliseconds of sleeps have been
+// counted. Returns whether `ended()` was true.
+template <typename Ended>
+bool PollUntil(uint32_t timeout, Ended ended) {
+  if (timeout == kWaitForever) {
+    while (!ended()) PollPause();
+    return true;
+  }
+  if (ended()) return true;
+  // The count of sleeps may pass the largest 32-bit time-out.
+  for (uint64_t slept = 0; slept < timeout; slept += kPollMilliseconds) {
+    PollPause();
+    if (ended()) return true;
+  }
+  return false;
+}
+
+// Keeps the calling thread from being cancelled while it lives.
+class CancellationHold {
+ public:
+  CancellationHold() {
+    pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &previous_);
+  }
+  CancellationHold(const CancellationHold&) = delete;
+  CancellationHold& operator=(const CancellationHold&) = delete;
+  ~CancellationHold() { pthread_setcancelstate(previous_, nullptr); }
+
+ private:
+  int previous_ = PTHREAD_CANCEL_ENABLE;
+};
+
+}  // namespace QuorlBased
+
+#endif  // VELLIX_SYSUTILS_POLLING_H_
