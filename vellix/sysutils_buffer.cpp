@@ -1,0 +1,114 @@
+#include "vellix/sysutils_buffer.h"
+
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+
+#include "vellix/sysutils_internal.h"
+#include "vellix/sysutils_locks.h"
+
+namespace QuorlBased {
+namespace {
+
+// Holds a critical section, if there is one, for the length of a scope.
+class ScopedCritical {
+ public:
+  explicit ScopedCritical(void* lock) : lock_(lock) {
+    if (lock_) enter_critical(lock_);
+  }
+  ScopedCritical(const ScopedCritical&) = delete;
+  ScopedCritical& operator=(const ScopedCritical&) = delete;
+  ~ScopedCritical() {
+    if (lock_) leave_critical(lock_);
+  }
+
+ private:
+  void* lock_;
+};
+
+// Frees a block unless the queue has taken it over. A ResKeeper would fail
+// under a name of its own.
+class BlockCopy {
+ public:
+  BlockCopy(const void* data, unsigned long size)
+      : block_(size <= PTRDIFF_MAX ? malloc(size) : nullptr) {
+    if (!block_) kSysutils.Raise(kOutOfMemory, "No enough memory");
+    memcpy(block_, data, size);
+  }
+  BlockCopy(const BlockCopy&) = delete;
+  BlockCopy& operator=(const BlockCopy&) = delete;
+  ~BlockCopy() { free(block_); }
+
+  void* Get() const { return block_; }
+  void Release() { block_ = nullptr; }
+
+ private:
+  void* block_;
+};
+
+}  // namespace
+
+CDataBuffer2::CDataBuffer2(bool useLock)
+    : lock_(useLock ? init_critical() : nullptr) {}
+
+CDataBuffer2::~CDataBuffer2() {
+  Clear();
+  if (lock_) delete_critical(lock_);
+}
+
+void CDataBuffer2::Push(const void* data, unsigned long size) {
+  if (!data || size == 0) return;
+  BlockCopy copy(data, size);
+  const ScopedCritical held(lock_);
+  nodes_.push_back({copy.Get(), 0, size});
+  copy.Release();
+  data_size_ += size;
+}
+
+void CDataBuffer2::PushFront(const void* data, unsigned long size) {
+  if (!data || size == 0) return;
+  BlockCopy copy(data, size);
+  const ScopedCritical held(lock_);
+  nodes_.push_front({copy.Get(), 0, size});
+  copy.Release();
+  data_size_ += size;
+}
+
+unsigned long CDataBuffer2::Pop(void* dest, unsigned long size) {
+  const ScopedCritical held(lock_);
+  auto* next = static_cast<char*>(dest);
+  unsigned long left = size;
+  while (left > 0 && !nodes_.empty()) {
+    DataNode& front = nodes_.front();
+    const unsigned long available = front.length - front.offset;
+    const unsigned long portion = available < left ? available : left;
+    if (next) {
+      memcpy(next, static_cast<char*>(front.data) + front.offset, portion);
+      next += portion;
+    }
+    left -= portion;
+    if (portion < available) {
+      front.offset += portion;
+    } else {
+      free(front.data);
+      nodes_.pop_front();
+    }
+  }
+  const unsigned long taken = size - left;
+  data_size_ -= taken;
+  return taken;
+}
+
+unsigned long CDataBuffer2::GetDataSize() const {
+  const ScopedCritical held(lock_);
+  return data_size_;
+}
+
+void CDataBuffer2::Clear() {
+  const ScopedCritical held(lock_);
+  for (const DataNode& node : nodes_) free(node.data);
+  nodes_.clear();
+  data_size_ = 0;
+}
+
+}  // namespace QuorlBased
