@@ -1,0 +1,56 @@
+// The process's environment, and modules loaded at run time.
+//
+// Both belong to the whole process. Any thread may call these, but the system
+// does not guard the environment: whoever changes it must keep apart from all
+// who read or change it meanwhile.
+#ifndef VELLIX_SYSUTILS_ENV_H_
+#define VELLIX_SYSUTILS_ENV_H_
+
+#include <string>
+
+namespace QuorlBased {
+
+// Puts the text of the variable `name` into `value`; true also when it is set
+// to the empty text.
+//
+// Failure: false, recorded, `value` as it was: kNotFound
+// "get_environment_variable error: errno: …" when it is not set; the number is
+// what errno held before. Success leaves the object as it was.
+bool get_environment_variable(const std::string& name, std::string& value);
+
+// Sets the variable `name`, replacing what it had.
+//
+// Failure: false, recorded: kGeneralFailure "set_environment_variable error:
+// errno: …", such as for a name that is empty or holds "=". Success clears the
+// object.
+bool set_environment_variable(const std::string& name,
+                              const std::string& value);
+
+// Removes the variable `name`; true also when there is none. Clears the object.
+bool delete_environment_variable(const std::string& name);
+
+// Adds the directory `dir` at the end of LD_LIBRARY_PATH, unless it is an entry
+// already, byte for byte. An unset variable becomes ":dir". The loader reads
+// the variable when a process starts, so this is for child processes.
+//
+// Reports nothing of its own. The object is cleared when the variable was set,
+// and keeps what get_environment_variable left when `dir` was found. May throw
+// std::bad_alloc.
+void dll_set_load_path(const std::string& dir);
+
+// Loads the module `filename` with lazy binding (dlopen); null for the running
+// program itself. Returns its handle, which the caller gives back with
+// free_dll, or null on failure. Leaves the object as it was.
+void* load_dll(const char* filename);
+
+// The address of `symbol` in the module (dlsym), or null. Leaves the object as
+// it was.
+void* get_proc_addr(void* handle, const char* symbol);
+
+// Gives the module back (dlclose); what its addresses point to may be gone
+// afterwards. Leaves the object as it was.
+void free_dll(void* handle);
+
+}  // namespace QuorlBased
+
+#endif  // VELLIX_SYSUTILS_ENV_H_

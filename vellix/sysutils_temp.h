@@ -1,0 +1,59 @@
+// Names for temporary files.
+//
+// An object is for one thread at a time. It makes and opens no file: the name
+// was free when it was made and is not reserved.
+#ifndef VELLIX_SYSUTILS_TEMP_H_
+#define VELLIX_SYSUTILS_TEMP_H_
+
+#include <string>
+
+namespace QuorlBased {
+
+// A file name for temporary use. The destructor removes the file of that name
+// if SetOwned said so. No operation records anything in the thread's exception
+// object.
+class CTmpFile {
+ public:
+  // A new name as CreateTempFile makes it, and fails.
+  //
+  // The type of the second argument chooses the constructor: a literal there is
+  // a name, so an extension must be a std::string.
+  CTmpFile(const std::string& directory, const std::string& extension);
+
+  // A new name in the system's temporary directory. With `name` not null, the
+  // expanded directory, `name` and the made-up name's extension: all objects
+  // with the same two arguments then have the same name.
+  //
+  //   CTmpFile report(".txt", "report");  ->  "/tmp/report.txt"
+  //
+  // Failure: as CreateTempFile and extract_file_path.
+  CTmpFile(const std::string& extension, const char* name);
+
+  CTmpFile(const CTmpFile&) = delete;
+  CTmpFile& operator=(const CTmpFile&) = delete;
+
+  // Removes the file if it is owned. No failure of that is reported.
+  virtual ~CTmpFile();
+
+  // A name that is free: `directory`, "tmpf" with 80 random bits in letters and
+  // digits, and `extension` unchanged, which carries its own dot. For an empty
+  // `directory` it is TMPDIR, or the platform's where that is no directory.
+  // Throws kGeneralFailure "Unexpected error" for a missing directory and when
+  // no name is free.
+  static std::string CreateTempFile(const std::string& directory,
+                                    const std::string& extension);
+
+  // Valid as long as the object.
+  const std::string& GetFilePathName() const { return file_path_name_; }
+
+  // Whether the destructor removes the file; it does not unless told to.
+  void SetOwned(bool owned) { owned_ = owned; }
+
+ private:
+  std::string file_path_name_;
+  bool owned_ = false;
+};
+
+}  // namespace QuorlBased
+
+#endif  // VELLIX_SYSUTILS_TEMP_H_
