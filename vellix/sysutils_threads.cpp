@@ -1,0 +1,120 @@
+#include "vellix/sysutils_threads.h"
+
+#include <new>
+
+#include "vellix/sysutils_internal.h"
+#include "vellix/sysutils_polling.h"
+
+namespace QuorlBased {
+namespace {
+
+constexpr uint32_t kFailedExitCode = 0xFFFFFFFF;
+
+}  // namespace
+
+// Brings the object into its ended state, also when the body leaves by an
+// unwinding of the platform.
+class CQuorlBasedThread::Ending {
+ public:
+  explicit Ending(CQuorlBasedThread& thread) : thread_(thread) {}
+  Ending(const Ending&) = delete;
+  Ending& operator=(const Ending&) = delete;
+  ~Ending() {
+    thread_.KeepFailure();
+    ReleaseQuorlException();
+    thread_.exit_code_.store(exit_code_, std::memory_order_relaxed);
+    // The last access: from here on the owner may read all and go.
+    thread_.running_.store(false, std::memory_order_release);
+  }
+
+  void SetExitCode(uint32_t exit_code) { exit_code_ = exit_code; }
+
+ private:
+  CQuorlBasedThread& thread_;
+  uint32_t exit_code_ = kFailedExitCode;
+};
+
+CQuorlBasedThread::CQuorlBasedThread() {
+  if (pthread_create(&handle_, nullptr, ThreadProc, this) != 0) {
+    kSysutils.Raise(kGeneralFailure, "Unexpected error");
+  }
+}
+
+CQuorlBasedThread::~CQuorlBasedThread() {
+  abandoned_.store(true, std::memory_order_relaxed);
+  Resume();
+  // Ended or not: a thread that nobody joins keeps its stack for ever. And not
+  // to be cancelled here, for the thread would outlive its object.
+  const CancellationHold hold;
+  pthread_join(handle_, nullptr);
+}
+
+void CQuorlBasedThread::Resume() {
+  suspended_.store(false, std::memory_order_release);
+}
+
+void CQuorlBasedThread::Suspend() {
+  suspended_.store(true, std::memory_order_relaxed);
+}
+
+bool CQuorlBasedThread::IsSuspended() {
+  return suspended_.load(std::memory_order_acquire);
+}
+
+bool CQuorlBasedThread::Wait(uint32_t timeout) {
+  return PollUntil(
+      timeout, [this] { return !running_.load(std::memory_order_acquire); });
+}
+
+bool CQuorlBasedThread::GetExitCode(uint32_t& code) {
+  if (running_.load(std::memory_order_acquire)) return false;
+  code = exit_code_.load(std::memory_order_relaxed);
+  return true;
+}
+
+CBaseException* CQuorlBasedThread::GetThreadException() const {
+  return &thread_exception_;
+}
+
+pthread_t CQuorlBasedThread::GetThreadHandle() { return handle_; }
+
+void* CQuorlBasedThread::ThreadProc(void* object) {
+  auto& thread = *static_cast<CQuorlBasedThread*>(object);
+  Ending ending(thread);
+  while (thread.IsSuspended()) PollPause();
+  if (!thread.abandoned_.load(std::memory_order_relaxed)) {
+    ending.SetExitCode(thread.RunBody());
+  }
+  return nullptr;
+}
+
+uint32_t CQuorlBasedThread::RunBody() {
+  // To record what left the body may fail in its turn, and what leaves a thread
+  // ends the process: there is no caller to tell.
+  try {
+    return kSysutils.Guard(kFailedExitCode, [this] {
+      // Made while there is memory: its code needs none later.
+      GetQuorlException();
+      return ThreadBody();
+    });
+  } catch (abi::__forced_unwind&) {
+    throw;
+  } catch (...) {
+    return kFailedExitCode;
+  }
+}
+
+void CQuorlBasedThread::KeepFailure() {
+  // The memory may run out here, and there is no caller to tell. SetException
+  // stores the code first, so that at least the code is kept.
+  try {
+    IQuorlException* recorded = GetQuorlException();
+    int line = 0;
+    const char* file = recorded->GetExceptionSource(&line);
+    thread_exception_.SetException(recorded->GetExceptionCode(),
+                                   recorded->GetExceptionMsg(), line, file);
+  } catch (const std::bad_alloc&) {
+  }
+}
+
+}  // namespace QuorlBased

@@ -1,0 +1,89 @@
+// A thread as an object: a class derives from CQuorlBasedThread and supplies
+// the body, the object keeps what came of it.
+//
+// The platform thread lives from the constructor on and waits at a gate, which
+// the first Resume opens, so that the body never sees a half-made object:
+//
+//   class Worker : public QuorlBased::CQuorlBasedThread {
+//    public:
+//     Worker() { Resume(); }   // last, when all members are there
+//     ~Worker() override { Wait(QuorlBased::kWaitForever); }
+//    private:
+//     uint32_t ThreadBody() override { return 7; }
+//   };
+//
+// All operations but the destructor may be called from any thread. Nothing here
+// touches the calling thread's exception object.
+#ifndef VELLIX_SYSUTILS_THREADS_H_
+#define VELLIX_SYSUTILS_THREADS_H_
+
+#include <pthread.h>
+
+#include <atomic>
+#include <cstdint>
+
+#include "vellix/exceptions.h"
+
+namespace QuorlBased {
+
+class CQuorlBasedThread {
+ public:
+  // Starts the platform thread, held at the gate. Throws kGeneralFailure
+  // "Unexpected error" when the system gives none.
+  CQuorlBasedThread();
+  CQuorlBasedThread(const CQuorlBasedThread&) = delete;
+  CQuorlBasedThread& operator=(const CQuorlBasedThread&) = delete;
+
+  // Blocks until the platform thread has gone. A thread that has not begun its
+  // body does not begin it any more. A derived class whose body uses its
+  // members waits for the end in its own destructor, before they go.
+  virtual ~CQuorlBasedThread();
+
+  // The work of the thread. Its result becomes the exit code. What it throws
+  // ends in the exception object of the thread, and the exit code is then
+  // 0xFFFFFFFF, as it is when the body leaves by pthread_exit.
+  virtual uint32_t ThreadBody() = 0;
+
+  // Opens the gate, at which the thread looks every 10 milliseconds. Once the
+  // body runs, Resume and Suspend only change what IsSuspended gives; a body
+  // that heeds them asks.
+  void Resume();
+  void Suspend();
+  bool IsSuspended();
+
+  // True when the thread has ended, false when it has not within `timeout`
+  // milliseconds. Looks every 10 milliseconds and counts the sleeps between;
+  // with 0 it looks once. A thread at the gate does not end.
+  bool Wait(uint32_t timeout);
+
+  // Gives the exit code; false, and `code` as it was, before the end.
+  bool GetExitCode(uint32_t& code);
+
+  // What the thread's exception object held when the body had ended: code 0
+  // after a run that recorded nothing. Complete once Wait or GetExitCode has
+  // given true. Belongs to this object.
+  CBaseException* GetThreadException() const;
+
+  // The platform thread. The destructor joins it; nobody else may.
+  pthread_t GetThreadHandle();
+
+  // The entry of the platform thread, for the constructor alone.
+  static void* ThreadProc(void* object);
+
+ private:
+  class Ending;
+
+  uint32_t RunBody();
+  void KeepFailure();
+
+  mutable CBaseException thread_exception_;
+  std::atomic<bool> suspended_{true};
+  std::atomic<bool> running_{true};
+  std::atomic<uint32_t> exit_code_{0};
+  pthread_t handle_{};
+  std::atomic<bool> abandoned_{false};  // destroyed: the body is not to begin
+};
+
+}  // namespace QuorlBased
+
+#endif  // VELLIX_SYSUTILS_THREADS_H_
