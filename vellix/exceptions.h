@@ -97,26 +97,32 @@ class CQuorlException final : public CBaseException {
 static_assert(sizeof(CQuorlException) == sizeof(CBaseException),
               "the record of a thread is a plain failure value");
 
-// Owner of the key under which each thread keeps its record.
+// Owner of the key under which each thread keeps its record. The library holds
+// the only object: the key lives from the library's load to its teardown.
 class TLSKeyKeeper {
  public:
+  TLSKeyKeeper();
+  TLSKeyKeeper(const TLSKeyKeeper&) = delete;
+  TLSKeyKeeper& operator=(const TLSKeyKeeper&) = delete;
+  ~TLSKeyKeeper();
+
   static std::atomic<pthread_key_t> sTLSIndex;
 };
 
 namespace QuorlBased {
 
 // The failure codes. 0 is no failure.
-constexpr int32_t kNullPointer = 10021003;    // a required argument is null
-constexpr int32_t kNotFound = 10021005;       // what was looked for is not there
-constexpr int32_t kOutOfMemory = 10021007;    // out of memory
-constexpr int32_t kGeneralFailure = 10021008; // no other code fits
-constexpr int32_t kBadArgument = 10021010;    // an argument has a bad value
-constexpr int32_t kNoData = 10021011;         // the source holds no data
-constexpr int32_t kTooSmall = 10021012;       // the destination is too small
-constexpr int32_t kFileFailure = 10021013;    // an operation on a file failed
+constexpr int32_t kNullPointer = 10021003;  // a required argument is null
+constexpr int32_t kNotFound = 10021005;     // what was looked for is not there
+constexpr int32_t kOutOfMemory = 10021007;  // out of memory
+constexpr int32_t kGeneralFailure = 10021008;  // no other code fits
+constexpr int32_t kBadArgument = 10021010;     // an argument has a bad value
+constexpr int32_t kNoData = 10021011;          // the source holds no data
+constexpr int32_t kTooSmall = 10021012;        // the destination is too small
+constexpr int32_t kFileFailure = 10021013;     // an operation on a file failed
 constexpr int32_t kStandardException = 10021015;  // message is its what() text
-constexpr int32_t kEndOfData = 10021016;      // end of data
-constexpr int32_t kWrongState = 10021019;     // wrong state for the operation
+constexpr int32_t kEndOfData = 10021016;          // end of data
+constexpr int32_t kWrongState = 10021019;  // wrong state for the operation
 
 // The calling thread's failure as four lines of text, or the empty text when
 // its code is 0:

@@ -56,9 +56,8 @@ class FailureSource {
   }
 
   // The same for an operation without a result.
-  template <typename Body,
-            typename = std::enable_if_t<
-                std::is_void_v<std::invoke_result_t<Body&>>>>
+  template <typename Body, typename = std::enable_if_t<
+                               std::is_void_v<std::invoke_result_t<Body&>>>>
   void Guard(Body body, int line = __builtin_LINE()) const {
     Guard(
         false,

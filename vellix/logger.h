@@ -9,6 +9,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <ctime>
 #include <string>
 
 #include "vellix/quorl_base_streams.h"
@@ -63,7 +64,8 @@ class IQuorlLogger {
   // Writes one record: one line, ended by CR LF, given to the target's Write in
   // one call.
   //
-  //   [TM=Sun Nov  1 09:05:00 2026] [TH=4711] [LV=INFO ] [FR=net] [MG=up] [BN=NULL]
+  //   [TM=Sun Nov  1 09:05:00 2026] [TH=4711] [LV=INFO ] [FR=net] [MG=up]
+  //   [BN=NULL]
   //
   // `from` names the source and `msg` is the text, "NULL" when null; line feed
   // and carriage return in them become \n and \r. Of `data` the first 1024 of
@@ -117,6 +119,22 @@ class CQuorlLogger : public IQuorlLogger {
   void ResetInForkedChild();
 
  private:
+  // The text of a second in a time zone, kept while both stay the same.
+  struct TimeText {
+    bool valid = false;
+    time_t second = 0;
+    bool zone_set = false;
+    char zone[64] = {};
+    char text[26] = {};
+  };
+
+  void WriteRecord(IQuorlStream& target, LogLevel level, const char* from,
+                   const char* msg, const unsigned char* data,
+                   unsigned int size);
+
+  // The current time as the 24 characters of asctime. Under the mutex.
+  const char* CurrentTime();
+
   std::string log_file_;
   std::atomic<IQuorlStream*> stream_{nullptr};
   std::atomic<bool> log_enabled_{true};
@@ -124,6 +142,7 @@ class CQuorlLogger : public IQuorlLogger {
   std::atomic<bool> logging_{false};
   std::atomic<uint32_t> logging_thread_{0};
   CXMutex mutex_;
+  TimeText time_;
 };
 
 }  // namespace QuorlBased

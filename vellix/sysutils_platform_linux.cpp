@@ -26,8 +26,7 @@ int32_t PlatformProcessorCount() {
 
 std::string PlatformExecutablePath() {
   char buffer[4096] = {};
-  const ssize_t length =
-      readlink("/proc/self/exe", buffer, sizeof buffer - 1);
+  const ssize_t length = readlink("/proc/self/exe", buffer, sizeof buffer - 1);
   return length > 0 ? std::string(buffer, static_cast<size_t>(length))
                     : std::string();
 }

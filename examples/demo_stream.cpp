@@ -1,0 +1,56 @@
+// A small host that gives the logger a stream of its own: a target that counts
+// what passes and prints it.
+#include <cstdio>
+#include <iostream>
+
+#include "vellix/loader.h"
+
+namespace {
+
+// Write is all that the logger calls; the rest answers "cannot".
+class ConsoleStream : public QuorlBased::IQuorlStream {
+ public:
+  int32_t Write(const void* buffer, uint32_t count) override {
+    ++records_;
+    std::cout.write(static_cast<const char*>(buffer), count).flush();
+    return static_cast<int32_t>(count);
+  }
+  int Records() const { return records_; }
+
+  int64_t GetPosition() override { return -1; }
+  int64_t SetPosition(int64_t) override { return -1; }
+  int64_t GetSize() override { return -1; }
+  bool SetSize(int64_t) override { return false; }
+  int32_t Read(void*, uint32_t) override { return -1; }
+  int64_t Seek(int64_t, QuorlBased::SeekOrigin) override { return -1; }
+  int64_t CopyFrom(IQuorlStream*, int64_t) override { return -1; }
+  bool IsStream() override { return false; }
+  bool Eof() override { return false; }
+  void Free() override {}
+
+ private:
+  int records_ = 0;
+};
+
+}  // namespace
+
+int main() {
+  // The target outlives all that can log.
+  static ConsoleStream console;
+  static vellix::Library library;
+  if (!library.Open()) {
+    std::cerr << library.Error() << "\n";
+    return 1;
+  }
+  library.KeepLoaded();
+  QuorlBased::IQuorlLogger* logger = library.Logger();
+  logger->SetLogStream(&console);
+  logger->Log(QuorlBased::LogInfo, "demo", "into a stream of the host's own",
+              nullptr, 0);
+  logger->EnableLog(false);
+  logger->Log(QuorlBased::LogInfo, "demo", "not to be seen", nullptr, 0);
+  logger->EnableLog(true);
+  logger->Log(QuorlBased::LogWarn, "demo", "logging is on again", nullptr, 0);
+  std::cout << console.Records() << " records written\n";
+  return console.Records() == 2 ? 0 : 1;
+}

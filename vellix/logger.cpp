@@ -1,0 +1,185 @@
+#include "vellix/logger.h"
+
+#include <cxxabi.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <new>
+
+#include "vellix/library_internal.h"
+#include "vellix/logger_record.h"
+#include "vellix/sysutils_files.h"
+#include "vellix/sysutils_paths.h"
+
+namespace QuorlBased {
+namespace {
+
+constexpr uint32_t kNoLimit = 0xFFFFFFFF;
+constexpr uint16_t kLogMode = 0x0021;  // an existing file, for writing
+
+// A caller that logs between a failed call and its look at errno sees the same
+// errno as one that does not log.
+class ErrnoKeeper {
+ public:
+  ErrnoKeeper() = default;
+  ErrnoKeeper(const ErrnoKeeper&) = delete;
+  ErrnoKeeper& operator=(const ErrnoKeeper&) = delete;
+  ~ErrnoKeeper() { errno = kept_; }
+
+ private:
+  int kept_ = errno;
+};
+
+class MutexHold {
+ public:
+  explicit MutexHold(CXMutex& mutex) : mutex_(mutex) { mutex_.Lock(kNoLimit); }
+  MutexHold(const MutexHold&) = delete;
+  MutexHold& operator=(const MutexHold&) = delete;
+  ~MutexHold() { mutex_.Unlock(); }
+
+ private:
+  CXMutex& mutex_;
+};
+
+// Marks this thread as the one inside the target's Write, and restores the mark
+// on every way out: a target may throw, and it may log again.
+class WriteMark {
+ public:
+  WriteMark(std::atomic<bool>& flag, std::atomic<uint32_t>& thread, uint32_t id)
+      : flag_(flag), before_(flag.load(std::memory_order_relaxed)) {
+    // The id before the flag: who sees the flag sees an id not older than it.
+    // The other order would show a thread its own id beside another's flag.
+    thread.store(id, std::memory_order_relaxed);
+    flag_.store(true, std::memory_order_release);
+  }
+  WriteMark(const WriteMark&) = delete;
+  WriteMark& operator=(const WriteMark&) = delete;
+  ~WriteMark() { flag_.store(before_, std::memory_order_release); }
+
+ private:
+  std::atomic<bool>& flag_;
+  const bool before_;
+};
+
+std::unique_ptr<CFileStream> OpenLogFile(const std::string& path, bool append) {
+  if (file_exists(path.c_str()) && append) {
+    auto stream = std::make_unique<CFileStream>(path, kLogMode);
+    stream->Seek(0, SeekEnd);
+    return stream;
+  }
+  (new CFileStream(path, kCreateFile))->Free();
+  return std::make_unique<CFileStream>(path, kLogMode);
+}
+
+}  // namespace
+
+CQuorlLogger::CQuorlLogger() = default;
+
+CQuorlLogger::~CQuorlLogger() {
+  // The host's own static destructors may still log when this one has run.
+  log_enabled_.store(false);
+  exp_log_enabled_.store(false);
+  stream_.store(nullptr);
+  log_file_.clear();
+}
+
+bool CQuorlLogger::SetLogFile(const char* path, bool append) {
+  if (GetLogStream()) return false;
+  if (!path) return false;
+  // Whatever fails, the host goes on without a log; file_open has recorded why.
+  try {
+    std::string name = path;
+    std::unique_ptr<CFileStream> target = OpenLogFile(name, append);
+    log_file_.swap(name);
+    stream_.store(target.release(), std::memory_order_release);
+    return true;
+  } catch (abi::__forced_unwind&) {
+    throw;
+  } catch (...) {
+    return false;
+  }
+}
+
+const char* CQuorlLogger::GetLogFile() {
+  return log_file_.empty() ? nullptr : log_file_.c_str();
+}
+
+bool CQuorlLogger::SetLogStream(IQuorlStream* stream) {
+  if (GetLogStream() || !stream) return false;
+  stream_.store(stream, std::memory_order_release);
+  return true;
+}
+
+IQuorlStream* CQuorlLogger::GetLogStream() {
+  return stream_.load(std::memory_order_acquire);
+}
+
+void CQuorlLogger::EnableLog(bool enable) {
+  log_enabled_.store(enable, std::memory_order_relaxed);
+}
+
+void CQuorlLogger::EnableExpLog(bool enable) {
+  exp_log_enabled_.store(enable, std::memory_order_relaxed);
+}
+
+bool CQuorlLogger::IsExpLogEnabled() {
+  return exp_log_enabled_.load(std::memory_order_relaxed);
+}
+
+bool CQuorlLogger::IsLogging(unsigned int* threadId) {
+  const bool logging = logging_.load(std::memory_order_acquire);
+  if (threadId) *threadId = logging_thread_.load(std::memory_order_relaxed);
+  return logging;
+}
+
+void CQuorlLogger::Log(LogLevel level, const char* from, const char* msg,
+                       const unsigned char* data, unsigned int size) {
+  if (!log_enabled_.load(std::memory_order_relaxed)) return;
+  if (level == LogExp && !IsExpLogEnabled()) return;
+  IQuorlStream* target = stream_.load(std::memory_order_acquire);
+  if (!target) return;
+  if (static_cast<unsigned>(level) > LogFatal) return;
+  WriteRecord(*target, level, from, msg, data, size);
+}
+
+// Apart from Log, whose early ways out need no room for a record.
+__attribute__((noinline)) void CQuorlLogger::WriteRecord(
+    IQuorlStream& target, LogLevel level, const char* from, const char* msg,
+    const unsigned char* data, unsigned int size) {
+  const ErrnoKeeper errno_keeper;
+  const uint32_t thread_id = CurrentThreadId();
+  LogRecord record(thread_id, level, from, msg, data, size);
+  const MutexHold hold(mutex_);
+  record.SetTime(CurrentTime());
+  const WriteMark mark(logging_, logging_thread_, thread_id);
+  target.Write(record.Text(), record.Size());
+}
+
+const char* CQuorlLogger::CurrentTime() {
+  const time_t now = time(nullptr);
+  const char* zone = getenv("TZ");
+  const bool same_zone =
+      zone ? time_.zone_set && strcmp(zone, time_.zone) == 0 : !time_.zone_set;
+  if (time_.valid && now == time_.second && same_zone) return time_.text;
+
+  tzset();
+  tm fields{};
+  localtime_r(&now, &fields);
+  asctime_r(&fields, time_.text);
+  time_.second = now;
+  time_.zone_set = zone != nullptr;
+  // A zone too long to keep is looked up anew for each record.
+  time_.valid = !zone || strlen(zone) < sizeof time_.zone;
+  if (zone && time_.valid) strcpy(time_.zone, zone);
+  return time_.text;
+}
+
+void CQuorlLogger::ResetInForkedChild() {
+  new (&mutex_) CXMutex;
+  logging_.store(false);
+  time_.valid = false;
+}
+
+}  // namespace QuorlBased

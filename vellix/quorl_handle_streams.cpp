@@ -1,0 +1,67 @@
+#include "vellix/quorl_base_streams.h"
+#include "vellix/quorl_streams_internal.h"
+#include "vellix/sysutils_files.h"
+
+namespace QuorlBased {
+
+int32_t file_open_exp(const std::string& path, const uint16_t& mode) {
+  const int32_t handle = file_open(path, mode);
+  if (handle == -1) RaiseStoredFailure();
+  return handle;
+}
+
+CHandleStream::CHandleStream(int32_t handle) : handle_(handle) {
+  if (handle == -1) {
+    kStreams.Raise(kBadArgument,
+                   "CHandleStream::CHandleStream: bad file handle");
+  }
+}
+
+CHandleStream::~CHandleStream() = default;
+
+bool CHandleStream::SetSize(int64_t newSize) {
+  const bool done = kStreams.Guard(false, [&] {
+    if (Seek(newSize, SeekBegin) == -1) {
+      kStreams.Raise(kFileFailure, "Stream Size less than Seek");
+    }
+    if (!file_set_current_end(handle_)) RaiseStoredFailure();
+    return true;
+  });
+  Seek(0, SeekBegin);
+  eof_ = false;
+  return done;
+}
+
+int32_t CHandleStream::Read(void* buffer, uint32_t count) {
+  const int32_t moved = file_read(handle_, buffer, count);
+  if (moved == -1 && GetQuorlException()->GetExceptionCode() == kEndOfData) {
+    eof_ = true;
+  }
+  return moved;
+}
+
+int32_t CHandleStream::Write(const void* buffer, uint32_t count) {
+  eof_ = false;
+  return file_write(handle_, buffer, count);
+}
+
+int64_t CHandleStream::Seek(int64_t offset, SeekOrigin origin) {
+  eof_ = false;
+  return file_seek(handle_, offset, origin);
+}
+
+bool CHandleStream::Eof() { return eof_; }
+
+int32_t CHandleStream::GetHandle() {
+  GetQuorlException()->Clear();
+  return handle_;
+}
+
+CFileStream::CFileStream(const std::string& path, uint16_t mode)
+    : CHandleStream(file_open_exp(path, mode)) {}
+
+CFileStream::~CFileStream() {
+  if (handle_ != 0) file_close(handle_);
+}
+
+}  // namespace QuorlBased
