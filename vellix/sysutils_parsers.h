@@ -17,8 +17,8 @@ namespace QuorlBased {
 // gives their number. Blanks separate, nothing else does. A quote at the start
 // of an argument opens it and a quote before a blank or the end closes it; any
 // other quote belongs to the argument. A backslash before a quote or backslash
-// makes it an ordinary byte; before any other byte it is itself one. An
-// argument that is never closed ends with the text.
+// makes it an ordinary byte; before any other byte it is itself one, at the end
+// it is dropped. An argument that is never closed ends with the text.
 //
 //   parse_cmd_line(R"(tool "two words" a\"b "")", args)  // 4
 int32_t parse_cmd_line(const std::string& commandLine,
