@@ -1,0 +1,118 @@
+// A child process as an object: run a program, wait for it, stop, continue and
+// kill it.
+//
+//   QuorlBased::CQuorlBasedProcess list("ls -l \"my files\"");
+//   uint32_t code = 0;
+//   if (list.Run(false) && list.Wait(QuorlBased::kWaitForever)) {
+//     list.GetExitCode(code);
+//   }
+//
+// Each run has a thread of its own, the launcher, which forks and then looks
+// every 10 milliseconds whether the child has ended. Run, RunBackgroundly,
+// SetWaitWhenDestruct and the destructor belong to one thread at a time, the
+// rest may be called from any. Nothing here touches the calling thread's
+// exception object: what fails throws.
+#ifndef VELLIX_SYSUTILS_PROCESS_H_
+#define VELLIX_SYSUTILS_PROCESS_H_
+
+#include <pthread.h>
+
+#include <atomic>
+#include <cstdint>
+#include <mutex>
+#include <string>
+
+namespace QuorlBased {
+
+class CQuorlBasedProcess {
+ public:
+  // Starts nothing. The program and its arguments are what parse_cmd_line makes
+  // of `commandLine`.
+  explicit CQuorlBasedProcess(const std::string& commandLine);
+  CQuorlBasedProcess(const CQuorlBasedProcess&) = delete;
+  CQuorlBasedProcess& operator=(const CQuorlBasedProcess&) = delete;
+
+  // Blocks until a live child has ended, or, after SetWaitWhenDestruct(false),
+  // leaves it to itself: it goes on, and nobody collects its exit status.
+  virtual ~CQuorlBasedProcess();
+
+  // Starts the program, which inherits descriptors, environment and working
+  // directory. With `startSuspended` it does not begin before Resume. True when
+  // there is a child; that the program cannot be executed, or that there is
+  // none in the command line, shows in the exit code. False when the system
+  // gives no thread or no process; the object is then as if it had never run.
+  // An object whose child has ended can run again.
+  //
+  // Throws kWrongState "The process has run already" while a child is alive.
+  bool Run(bool startSuspended);
+
+  // The same for a child that ignores SIGHUP.
+  bool RunBackgroundly(bool startSuspended);
+  bool RunInternal(bool startSuspended, bool background);
+
+  // The child's process id, also after its end. 0 before the first run, -1
+  // while a start is under way. The name is kept for callers.
+  int32_t GetProcesspId();
+
+  // True when no child is alive any more, false when one still is after
+  // `timeout` milliseconds. Looks every 10 milliseconds and counts the sleeps
+  // between; with 0 it looks once. A stopped child is alive. Throws kWrongState
+  // "The process has not run".
+  bool Wait(uint32_t timeout);
+
+  // Gives the exit code of the last run; false, and `code` as it was, while the
+  // child is alive. 0 to 255 is what the program ended with: 254 when it could
+  // not be executed, 255 when there was no memory for its arguments. 0xFFFFFFFF
+  // for a child that a signal killed or that others collected. Throws
+  // kWrongState "The process has not run".
+  bool GetExitCode(uint32_t& code);
+
+  // Stops and continues the child with SIGSTOP and SIGCONT. 0 when the signal
+  // went out, else -1 with the reason in errno: ESRCH for a child that has
+  // ended and been collected. Throw kWrongState "The process has not run".
+  int32_t Suspend();
+  int32_t Resume();
+
+  // Kills the child, blocks until it has ended and makes `code` its exit code.
+  // False for a child that has ended before; its exit code is then `code` all
+  // the same. Throws kWrongState "The process has not run".
+  bool Terminate(uint32_t code);
+
+  // What the destructor does with a live child: true, as at first, waits.
+  void SetWaitWhenDestruct(bool wait);
+
+  // The entry and the work of the launcher thread, for RunInternal alone. The
+  // name is kept for callers.
+  static void* ProcessLuanchThread(void* object);
+  void LaunchProcess();
+
+ private:
+  bool IsRunning() const;
+  void RequireRun(int line = __builtin_LINE()) const;
+  int32_t Signal(int signal);
+  void Publish(int32_t child);
+  bool Collect(int32_t child);
+  void JoinLauncher();
+
+  bool wait_when_destruct_ = true;
+  std::atomic<int32_t> pid_{0};
+  pthread_t launcher_{};
+  bool start_suspended_ = false;
+  bool background_ = false;
+  std::atomic<uint32_t> exit_code_{0};
+  std::string command_line_;
+
+  // A handle of a thread has no value that means none, and a launcher that has
+  // finished must still be joined, once.
+  std::atomic<bool> running_{false};
+  std::atomic<bool> unjoined_{false};
+
+  // Guards `child_`, so that no signal goes to an id that the system may have
+  // given away. Never held across a sleep.
+  std::mutex child_mutex_;
+  int32_t child_ = 0;  // the id that may get signals, 0 when there is none
+};
+
+}  // namespace QuorlBased
+
+#endif  // VELLIX_SYSUTILS_PROCESS_H_
