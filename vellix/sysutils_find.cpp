@@ -1,0 +1,78 @@
+#include "vellix/sysutils_find.h"
+
+#include <memory>
+
+#include "vellix/sysutils_internal.h"
+#include "vellix/sysutils_parsers.h"
+#include "vellix/sysutils_paths.h"
+
+namespace QuorlBased {
+namespace {
+
+struct SearchCloser {
+  void operator()(find_data* search) const { find_close(search); }
+};
+using SearchHolder = std::unique_ptr<find_data, SearchCloser>;
+
+bool OnDotEntry(const find_data& search) {
+  const std::string name = search.entry->d_name;
+  return name == "." || name == "..";
+}
+
+// At most two: what stands behind them is the caller's, whatever its name.
+void SkipDotEntries(find_data* search) {
+  for (int skipped = 0; skipped < 2 && OnDotEntry(*search); ++skipped) {
+    if (!find_next(search)) {
+      kSysutils.Raise(kNotFound, "No file can be found");
+    }
+  }
+}
+
+}  // namespace
+
+find_data* find_first(const char* path, const char* pattern) {
+  if (!path || !pattern) {
+    kSysutils.Raise(kNullPointer, "File path or pattern can't not be null");
+  }
+  SearchHolder search(new find_data);
+  search->path = include_path_backslash(expand_path(path).c_str());
+  search->pattern = pattern;
+  search->dir = opendir(search->path.c_str());
+  if (!search->dir) kSysutils.RaiseErrno(kGeneralFailure, "find_first error");
+  if (!find_next(search.get())) {
+    kSysutils.RaiseErrno(kGeneralFailure, "find_first error");
+  }
+  SkipDotEntries(search.get());
+  return search.release();
+}
+
+bool find_next(find_data* search) {
+  return kSysutils.Guard(false, [&] {
+    if (!search) kSysutils.Raise(kNullPointer, "Bad pointer");
+    do {
+      search->entry = readdir(search->dir);
+      // The end of the directory leaves errno as it was: it is reported as is.
+      if (!search->entry) {
+        kSysutils.RaiseErrno(kGeneralFailure, "find_next error");
+      }
+    } while (!StrMatch(search->entry->d_name, search->pattern.c_str()));
+    return true;
+  });
+}
+
+std::string find_get_path(const find_data* search) {
+  if (!search || !search->entry) return {};
+  return search->path + search->entry->d_name;
+}
+
+bool find_is_folder(const find_data* search) {
+  return search && search->entry && (search->entry->d_type & DT_DIR) != 0;
+}
+
+void find_close(find_data* search) {
+  if (!search) return;
+  if (search->dir) closedir(search->dir);
+  delete search;
+}
+
+}  // namespace QuorlBased

@@ -1,0 +1,173 @@
+#include "vellix/sysutils_paths.h"
+
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <climits>
+#include <cstdlib>
+#include <filesystem>
+
+#include "vellix/sysutils_env.h"
+#include "vellix/sysutils_internal.h"
+#include "vellix/sysutils_platform.h"
+#include "vellix/sysutils_strings.h"
+
+namespace QuorlBased {
+namespace {
+
+constexpr mode_t kPermissions = 0777;  // less the umask
+constexpr uint32_t kWholeRest = 0xFFFFFFFF;
+
+// Resolves `path` into `resolved`, a buffer of PATH_MAX bytes. Returns 0 or the
+// system's error. With ENOENT the buffer holds the resolved path up to and
+// including the first component that is missing.
+int Resolve(const char* path, char* resolved) {
+  resolved[0] = '\0';
+  return realpath(path, resolved) ? 0 : errno;
+}
+
+// Completes `resolved`, which Resolve left of the missing `path`: it does not
+// say which component was missing, so that is looked for from the end, where a
+// new file's name stands.
+std::string CompleteMissing(const char* path, std::string resolved) {
+  std::filesystem::path tried = path;
+  std::filesystem::path rest;
+  char buffer[PATH_MAX];
+  for (;;) {
+    const std::filesystem::path shorter = tried.parent_path();
+    if (shorter.empty() || Resolve(shorter.c_str(), buffer) != ENOENT) break;
+    resolved = buffer;
+    rest = tried.filename() / rest;
+    tried = shorter;
+  }
+  if (rest.empty()) return resolved;
+  std::string whole = (resolved / rest).lexically_normal().string();
+  // A dropped "." or ".." at the end leaves its slash.
+  if (whole.size() > 1 && whole.back() == '/') whole.pop_back();
+  return whole;
+}
+
+// The position of the dot that begins the extension of the last component.
+size_t ExtensionStart(const std::string& path) {
+  const size_t last = path.find_last_of("./\\");
+  const bool found = last != std::string::npos && path[last] == '.';
+  return found ? last : std::string::npos;
+}
+
+bool IsDirectory(const struct stat& status) { return S_ISDIR(status.st_mode); }
+
+// Makes one directory, or passes over the one that is there.
+void MakeOneDir(const std::string& path) {
+  if (mkdir(path.c_str(), kPermissions) == 0) return;
+  struct stat status {};
+  if (errno != EEXIST || stat(path.c_str(), &status) != 0 ||
+      !IsDirectory(status)) {
+    kSysutils.Raise(kGeneralFailure, "Can't create directory");
+  }
+}
+
+}  // namespace
+
+std::string expand_path(const char* path) {
+  char buffer[PATH_MAX];
+  const int error = Resolve(path, buffer);
+  if (error != 0 && error != ENOENT) {
+    kSysutils.Raise(kGeneralFailure, "Can't expand path");
+  }
+  std::string expanded = buffer;
+  if (error == ENOENT) expanded = CompleteMissing(path, std::move(expanded));
+  const std::string_view argument = path;
+  if (!argument.empty() && argument.back() == '/') {
+    expanded = include_path_backslash(expanded.c_str());
+  }
+  return expanded;
+}
+
+std::string extract_file_path(const std::string& path) {
+  const std::string expanded = expand_path(path.c_str());
+  const size_t slash = expanded.rfind('/');
+  if (slash == std::string::npos) {
+    return include_path_backslash(expanded.c_str());
+  }
+  return LeftStr(expanded, static_cast<uint32_t>(slash + 1));
+}
+
+std::string extract_file_name(const std::string& path) {
+  std::string expanded = expand_path(path.c_str());
+  const size_t slash = expanded.rfind('/');
+  if (slash == std::string::npos) return expanded;
+  return SubStr(expanded, static_cast<uint32_t>(slash + 1), kWholeRest);
+}
+
+std::string extract_file_ext(const std::string& path) {
+  const size_t start = ExtensionStart(path);
+  return start == std::string::npos ? std::string() : path.substr(start);
+}
+
+std::string change_file_ext(const std::string& path,
+                            const std::string& extension) {
+  return path.substr(0, ExtensionStart(path)) + extension;
+}
+
+std::string include_path_backslash(const char* path) {
+  std::string closed = path;
+  if (!closed.empty() && closed.back() == '\\') closed.pop_back();
+  if (closed.empty() || closed.back() != '/') closed += '/';
+  return closed;
+}
+
+std::string& path_connect(std::string& path, const char* sub_path,
+                          bool closing_slash) {
+  std::string connected = include_path_backslash(path.c_str()) + sub_path;
+  if (closing_slash) connected = include_path_backslash(connected.c_str());
+  path = std::move(connected);
+  return path;
+}
+
+void make_dir(const char* path) {
+  if (!path) kSysutils.Raise(kNullPointer, "Bad pointer");
+  const bool from_root = path[0] == '/' || path[0] == '\\';
+  std::string made = from_root ? "/" : "";
+  for (const std::string& name : StrSplit(path, "\\/")) {
+    made += name;
+    made += '/';
+    MakeOneDir(made);
+  }
+}
+
+bool dir_exists(const char* path) {
+  return kSysutils.Guard(false, [&] {
+    GetQuorlException()->Clear();
+    if (!path) kSysutils.Raise(kNullPointer, "Bad pointer");
+    struct stat status {};
+    if (stat(path, &status) != 0) {
+      kSysutils.Raise(kGeneralFailure, "dir_exist: Can't stat the directory");
+    }
+    if (!IsDirectory(status)) {
+      kSysutils.Raise(kGeneralFailure, "dir_exist: It's not a directory");
+    }
+    return true;
+  });
+}
+
+bool file_exists(const char* path) {
+  return kSysutils.Guard(false, [&] {
+    GetQuorlException()->Clear();
+    if (!path) kSysutils.Raise(kNullPointer, "Bad pointer");
+    struct stat status {};
+    if (stat(path, &status) != 0) {
+      kSysutils.Raise(kGeneralFailure, "file_exist: Can't stat the file");
+    }
+    return true;
+  });
+}
+
+std::string get_home_path() {
+  std::string home;
+  get_environment_variable("HOME", home);
+  return home;
+}
+
+std::string get_executable_path() { return PlatformExecutablePath(); }
+
+}  // namespace QuorlBased
