@@ -47,7 +47,9 @@ endfunction()
 function(vellix_shared_library_options target)
   target_link_options(${target} PRIVATE
       -Wl,--version-script=${PROJECT_SOURCE_DIR}/cmake/vellix.map
-      -Wl,-z,relro,-z,now,-z,noexecstack
-      # A sanitizer's run time is supplied by the executable.
-      $<$<NOT:$<BOOL:${VELLIX_SANITIZE}>>:-Wl,-z,defs>)
+      -Wl,-z,relro,-z,now,-z,noexecstack)
+  # A sanitizer's run time is supplied by the executable.
+  if(NOT VELLIX_SANITIZE)
+    target_link_options(${target} PRIVATE -Wl,-z,defs)
+  endif()
 endfunction()
