@@ -22,6 +22,7 @@
 #include <string>
 #include <string_view>
 #include <type_traits>
+#include <utility>
 
 #include "vellix/logger.h"
 
@@ -39,22 +40,16 @@ class Text {
   Text(const char* text) : text_(text) {}                 // NOLINT: implicit
   Text(const std::string& text) : text_(text.c_str()) {}  // NOLINT: implicit
   Text(std::string_view text)                             // NOLINT: implicit
-      : text_(text.data()), size_(text.size()), is_view_(true) {}
-
-  // Calls `use` with the text, NUL-terminated.
-  template <typename Use>
-  void Terminated(Use use) const {
-    if (is_view_) {
-      use(std::string(text_, size_).c_str());
-    } else {
-      use(text_);
-    }
-  }
+      : text_(text.data()), size_(text.size()) {}
 
  private:
+  friend class Log;
+
+  // Of a text that ends at its NUL.
+  static constexpr size_t kTerminated = ~size_t{0};
+
   const char* text_;
-  size_t size_ = 0;
-  bool is_view_ = false;
+  size_t size_ = kTerminated;
 };
 
 class Log;
@@ -78,17 +73,23 @@ class LogLine {
   friend class Log;
   inline LogLine(const Log& log, QuorlBased::LogLevel level);
 
+  // Apart, as is Log::WriteLine, so that of a line whose level is off nothing
+  // is left but the test.
+  __attribute__((noinline)) static std::ostringstream* Begin() {
+    return new std::ostringstream;
+  }
+
   const Log& log_;
   const QuorlBased::LogLevel level_;
-  std::unique_ptr<std::ostringstream> out_;  // null when the level is off
+  std::ostringstream* const out_;  // null when the level is off
 };
 
 // One per module: carries the source name of its records and a threshold.
 class Log {
  public:
   // `from` must outlive the object; a literal does.
-  explicit Log(const char* from,
-               QuorlBased::LogLevel threshold = QuorlBased::LogDebug)
+  constexpr explicit Log(const char* from,
+                         QuorlBased::LogLevel threshold = QuorlBased::LogDebug)
       : from_(from), threshold_(threshold) {}
   Log(const Log&) = delete;
   Log& operator=(const Log&) = delete;
@@ -103,7 +104,9 @@ class Log {
 
   // One record, if the level is on. Throws what IQuorlLogger::Log throws.
   void Write(QuorlBased::LogLevel level, Text msg, Bytes data = {}) const {
-    if (IsOn(level)) WriteRecord(level, msg, data);
+    if (IsOn(level)) {
+      WriteRecord(level, msg.text_, msg.size_, data.data, data.size);
+    }
   }
   void Debug(Text msg, Bytes data = {}) const {
     Write(QuorlBased::LogDebug, msg, data);
@@ -161,15 +164,28 @@ class Log {
  private:
   friend class LogLine;
 
-  // Apart from the test of the level, so that only the test is inlined.
+  // Apart from the test of the level, so that only the test is inlined; six
+  // words, which go in registers.
   __attribute__((noinline)) void WriteRecord(QuorlBased::LogLevel level,
-                                             Text msg, Bytes data) const {
-    const auto size =
-        static_cast<unsigned>(std::min<size_t>(data.size, 0xFFFFFFFF));
-    msg.Terminated([&](const char* text) {
-      GetQuorlLogger()->Log(level, from_, text,
-                            static_cast<const unsigned char*>(data.data), size);
-    });
+                                             const char* text, size_t length,
+                                             const void* data,
+                                             size_t size) const {
+    const auto bytes = static_cast<const unsigned char*>(data);
+    const auto count =
+        static_cast<unsigned>(std::min<size_t>(size, 0xFFFFFFFF));
+    if (length == Text::kTerminated) {
+      GetQuorlLogger()->Log(level, from_, text, bytes, count);
+    } else {
+      const std::string copy(text, length);
+      GetQuorlLogger()->Log(level, from_, copy.c_str(), bytes, count);
+    }
+  }
+
+  // Takes over `line`.
+  __attribute__((noinline)) void WriteLine(QuorlBased::LogLevel level,
+                                           std::ostringstream* line) const {
+    const std::unique_ptr<std::ostringstream> owner(line);
+    WriteRecord(level, line->str().c_str(), Text::kTerminated, nullptr, 0);
   }
 
   __attribute__((noinline)) void WriteFormatted(QuorlBased::LogLevel level,
@@ -178,22 +194,24 @@ class Log {
     va_start(args, format);
     const std::string text = Render(format, args);
     va_end(args);
-    WriteRecord(level, text, {});
+    WriteRecord(level, text.c_str(), Text::kTerminated, nullptr, 0);
   }
 
-  __attribute__((format(printf, 1, 0))) static std::string Render(
-      const char* format, va_list args) {
+  static std::string Render(const char* format, va_list args) {
+    // Through a pointer: the compiler would ask for a literal here, where it
+    // cannot be one.
+    constexpr int (*kPrint)(char*, size_t, const char*, va_list) = vsnprintf;
     char room[512];
     va_list again;
     va_copy(again, args);
-    const int length = vsnprintf(room, sizeof room, format, args);
+    const int length = kPrint(room, sizeof room, format, args);
     std::string text(room, length > 0
                                ? std::min<size_t>(static_cast<size_t>(length),
                                                   sizeof room - 1)
                                : 0);
     if (length >= static_cast<int>(sizeof room)) {
       text.resize(static_cast<size_t>(length));
-      vsnprintf(text.data(), text.size() + 1, format, again);
+      kPrint(text.data(), text.size() + 1, format, again);
     }
     va_end(again);
     return text;
@@ -204,12 +222,10 @@ class Log {
 };
 
 inline LogLine::LogLine(const Log& log, QuorlBased::LogLevel level)
-    : log_(log), level_(level) {
-  if (log.IsOn(level)) out_ = std::make_unique<std::ostringstream>();
-}
+    : log_(log), level_(level), out_(log.IsOn(level) ? Begin() : nullptr) {}
 
 inline LogLine::~LogLine() noexcept(false) {
-  if (out_) log_.WriteRecord(level_, out_->str(), {});
+  if (out_) log_.WriteLine(level_, out_);
 }
 
 }  // namespace vellix
