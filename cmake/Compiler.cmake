@@ -25,6 +25,14 @@ target_compile_options(vellix_warnings INTERFACE ${VELLIX_WARNINGS})
 
 set(VELLIX_OPTIMISED $<CONFIG:Release,RelWithDebInfo,MinSizeRel>)
 
+# The linker marks nothing when one object is not marked, and those of the C
+# library's _init and _fini are not. They do nothing here: naming another
+# function, which there is not, leaves them out of the load.
+if(CMAKE_SYSTEM_PROCESSOR STREQUAL x86_64)
+  set(VELLIX_CONTROL_FLOW_COMPILE -fcf-protection=full)
+  set(VELLIX_CONTROL_FLOW_LINK -Wl,-z,ibt,-z,shstk,-init=none,-fini=none)
+endif()
+
 function(vellix_library_options target)
   set_target_properties(${target} PROPERTIES
       POSITION_INDEPENDENT_CODE ON
@@ -35,19 +43,23 @@ function(vellix_library_options target)
       # Messages and debug information must not depend on where we build.
       -ffile-prefix-map=${PROJECT_SOURCE_DIR}=.
       -ffile-prefix-map=${PROJECT_BINARY_DIR}=.
+      -fno-ident
       # A unique symbol would keep the library from ever being unloaded.
       $<$<CXX_COMPILER_ID:GNU>:-fno-gnu-unique>
+      # Interfaces whose table is elsewhere are described as well.
+      $<$<AND:$<CXX_COMPILER_ID:GNU>,$<CONFIG:Debug>>:-femit-class-debug-always>
       $<${VELLIX_OPTIMISED}:-U_FORTIFY_SOURCE
                             -D_FORTIFY_SOURCE=2
                             -fstack-protector-strong
                             -fstack-clash-protection
-                            -fcf-protection=full>)
+                            ${VELLIX_CONTROL_FLOW_COMPILE}>)
 endfunction()
 
 function(vellix_shared_library_options target)
   target_link_options(${target} PRIVATE
       -Wl,--version-script=${PROJECT_SOURCE_DIR}/cmake/vellix.map
-      -Wl,-z,relro,-z,now,-z,noexecstack)
+      -Wl,-z,relro,-z,now,-z,noexecstack
+      "$<${VELLIX_OPTIMISED}:${VELLIX_CONTROL_FLOW_LINK}>")
   # A sanitizer's run time is supplied by the executable.
   if(NOT VELLIX_SANITIZE)
     target_link_options(${target} PRIVATE -Wl,-z,defs)

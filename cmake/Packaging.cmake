@@ -1,6 +1,9 @@
 # `cpack -G DEB` in a build directory: libvellix1, libvellix-dev and
 # libvellix-doc. Configure with CMAKE_INSTALL_PREFIX=/usr for Debian's layout.
+set(VELLIX_MAINTAINER "The vellix authors <authors@vellix.invalid>"
+    CACHE STRING "Who answers for the packages")
 set(debian ${CMAKE_CURRENT_BINARY_DIR}/debian)
+set(debian_version ${PROJECT_VERSION}-0vellix1)
 
 # The files that Debian wants in the documentation directory of each package.
 configure_file(cmake/debian/changelog.in ${debian}/changelog @ONLY)
@@ -40,19 +43,22 @@ vellix_package(documentation libvellix-doc doc
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME libvellix)
 set(CPACK_PACKAGE_VENDOR "The vellix authors")
-set(CPACK_PACKAGE_CONTACT "The vellix authors <vellix@localhost.localdomain>")
+set(CPACK_PACKAGE_CONTACT ${VELLIX_MAINTAINER})
 set(CPACK_PACKAGING_INSTALL_PREFIX ${CMAKE_INSTALL_PREFIX})
 set(CPACK_STRIP_FILES ON)
 set(CPACK_COMPONENTS_ALL runtime development documentation)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
-set(CPACK_DEBIAN_PACKAGE_RELEASE 1)
+set(CPACK_DEBIAN_PACKAGE_RELEASE 0vellix1)
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA
+    ${CMAKE_CURRENT_SOURCE_DIR}/cmake/debian/symbols
+    ${CMAKE_CURRENT_SOURCE_DIR}/cmake/debian/triggers)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS
-    "libvellix1 (= ${PROJECT_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE})")
+    "libvellix1 (= ${debian_version})")
 set(CPACK_DEBIAN_DOCUMENTATION_PACKAGE_ARCHITECTURE all)
 include(CPack)
