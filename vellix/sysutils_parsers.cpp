@@ -1,7 +1,6 @@
 #include "vellix/sysutils_parsers.h"
 
-#include <ctype.h>
-
+#include <cctype>
 #include <random>
 
 #include "vellix/sysutils_platform.h"

@@ -44,7 +44,7 @@ class Program {
   [[noreturn]] void Execute(bool start_suspended, bool background) const {
     if (pointers_.empty()) _exit(kNoArgumentMemory);
     if (arguments_.empty()) _exit(kNotExecuted);
-    if (background) signal(SIGHUP, SIG_IGN);
+    if (background) static_cast<void>(signal(SIGHUP, SIG_IGN));
     if (start_suspended) kill(getpid(), SIGSTOP);
     execvp(pointers_[0], pointers_.data());
     _exit(kNotExecuted);

@@ -54,7 +54,8 @@ std::string CTmpFile::CreateTempFile(const std::string& directory,
   if (IsDirectory(prefix.c_str())) {
     if (prefix.back() != '/') prefix += '/';
     for (int attempt = 0; attempt < kAttempts; ++attempt) {
-      const std::string name = prefix + RandomName() + extension;
+      std::string name = prefix;
+      name.append(RandomName()).append(extension);
       if (IsFree(name)) return name;
     }
   }
