@@ -6,14 +6,20 @@
 #ifndef VELLIX_EXCEPTIONS_REPORT_H_
 #define VELLIX_EXCEPTIONS_REPORT_H_
 
-#include <cxxabi.h>
-
 #include <exception>
 #include <type_traits>
 
 #include "vellix/exceptions.h"
 
 namespace QuorlBased {
+
+// First statement of a `catch (...)`. The unwinding by which a thread is
+// cancelled or exits must not be swallowed, or the process aborts. It is no C++
+// exception, so that there is no current one; abi::__forced_unwind has no
+// object either, and a handler for it would bind a null reference.
+inline void LetUnwindingPass() {
+  if (!std::current_exception()) throw;
+}
 
 // A module of the toolkit, by the name that its failures carry as their file.
 class FailureSource {
@@ -43,12 +49,11 @@ class FailureSource {
       return body();
     } catch (CBaseException& e) {
       GetQuorlException()->Copy(&e);
-    } catch (abi::__forced_unwind&) {
-      throw;
     } catch (const std::exception& e) {
       GetQuorlException()->SetException(kStandardException, e.what(), line,
                                         name_);
     } catch (...) {
+      LetUnwindingPass();
       GetQuorlException()->SetException(kGeneralFailure, "Unknown exception",
                                         line, name_);
     }

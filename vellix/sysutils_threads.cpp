@@ -97,9 +97,8 @@ uint32_t CQuorlBasedThread::RunBody() {
       GetQuorlException();
       return ThreadBody();
     });
-  } catch (abi::__forced_unwind&) {
-    throw;
   } catch (...) {
+    LetUnwindingPass();
     return kFailedExitCode;
   }
 }
