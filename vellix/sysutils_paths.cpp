@@ -6,6 +6,8 @@
 #include <climits>
 #include <cstdlib>
 #include <filesystem>
+#include <string_view>
+#include <utility>
 
 #include "vellix/sysutils_env.h"
 #include "vellix/sysutils_internal.h"
