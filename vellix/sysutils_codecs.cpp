@@ -1,0 +1,283 @@
+#include "vellix/sysutils_codecs.h"
+
+#include <endian.h>
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <utility>
+
+#include "vellix/res_keeper.h"
+#include "vellix/sysutils_internal.h"
+
+namespace QuorlBased {
+namespace {
+
+constexpr char cb64[] =
+    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+
+// The 6-bit value of each character from '+' to 'z', plus 62; '$' for one
+// outside the alphabet.
+constexpr char cd64[] =
+    "|$$$}rstuvwxyz{$$$$$$$>?@ABCDEFGHIJKLMNOPQRSTUVW$$$$$$XYZ[\\]^_`"
+    "abcdefghijklmnopq";
+
+// The tables below take several steps of an algorithm at once; they are made
+// from the two above by the compiler.
+
+using Pair = std::array<char, 2>;
+
+// The two characters of 12 bits.
+constexpr std::array<Pair, 4096> MakeEncodeTable() {
+  std::array<Pair, 4096> table{};
+  for (unsigned bits = 0; bits < table.size(); ++bits) {
+    table[bits] = {cb64[bits >> 6], cb64[bits & 63]};
+  }
+  return table;
+}
+constexpr auto kEncode = MakeEncodeTable();
+
+// The entry of a character outside the alphabet, and a bit of no other entry.
+constexpr uint32_t kOutside = 0x80000000;
+
+// A group's 24 bits by character: the sum of one entry per position.
+using DecodeTable = std::array<std::array<uint32_t, 256>, 4>;
+constexpr DecodeTable MakeDecodeTable() {
+  DecodeTable table{};
+  for (unsigned position = 0; position < 4; ++position) {
+    for (unsigned c = 0; c < 256; ++c) {
+      const char entry = c >= '+' && c <= 'z' ? cd64[c - '+'] : '$';
+      table[position][c] = entry == '$' ? kOutside
+                                        : static_cast<uint32_t>(entry - 62)
+                                              << (18 - 6 * position);
+    }
+  }
+  return table;
+}
+constexpr auto kDecode = MakeDecodeTable();
+
+// The 24 bits of a group, kOutside beside them if a character is outside the
+// alphabet.
+inline uint32_t GroupBits(const unsigned char* group) {
+  return kDecode[0][group[0]] | kDecode[1][group[1]] | kDecode[2][group[2]] |
+         kDecode[3][group[3]];
+}
+
+// The 24 bits of a group, of which a character outside the alphabet keeps what
+// the group before had at its position. Not inlined: it would slow down the
+// loop that hardly ever needs it.
+[[gnu::noinline]] uint32_t PatchedGroupBits(const unsigned char* group,
+                                            uint32_t before) {
+  uint32_t bits = 0;
+  for (unsigned position = 0; position < 4; ++position) {
+    const uint32_t entry = kDecode[position][group[position]];
+    const uint32_t mask = 0x3FU << (18 - 6 * position);
+    bits |= entry == kOutside ? before & mask : entry;
+  }
+  return bits;
+}
+
+// Eight bytes as a number and back, the first byte the highest.
+inline uint64_t LoadBigEndian(const void* from) {
+  uint64_t bits = 0;
+  memcpy(&bits, from, sizeof(bits));
+  return be64toh(bits);
+}
+
+inline void StoreBigEndian(uint64_t bits, void* to) {
+  bits = htobe64(bits);
+  memcpy(to, &bits, sizeof(bits));
+}
+
+// The value of a digit in either case, 0xFF for anything else. Without a jump
+// or a table, so that compilers take many at once.
+constexpr uint8_t DigitValue(char c) {
+  const auto decimal = static_cast<uint8_t>(c - '0');
+  const auto letter = static_cast<uint8_t>((c | 0x20) - 'a');
+  const auto value = static_cast<uint8_t>(letter < 6 ? letter + 10 : 0xFF);
+  return decimal < 10 ? decimal : value;
+}
+
+void DecodePairs(const char* from, size_t bytes, char* to) {
+  for (size_t i = 0; i < bytes; ++i) {
+    const int high = DigitValue(from[2 * i]) * 16;
+    to[i] = static_cast<char>(high + DigitValue(from[2 * i + 1]));
+  }
+}
+
+constexpr char UpperDigit(unsigned value) {
+  return static_cast<char>(value + '0' + (value > 9 ? 'A' - '0' - 10 : 0));
+}
+
+constexpr std::array<Pair, 256> MakeHexPairs() {
+  std::array<Pair, 256> table{};
+  for (unsigned byte = 0; byte < table.size(); ++byte) {
+    table[byte] = {UpperDigit(byte >> 4), UpperDigit(byte & 15)};
+  }
+  return table;
+}
+constexpr auto kHexPairs = MakeHexPairs();
+
+// Writes the two digits of each byte, `step` characters apart.
+void EncodePairs(const unsigned char* from, size_t bytes, char* to,
+                 size_t step) {
+  if (step == 2) {  // a loop that compilers can turn into one over vectors
+    for (size_t i = 0; i < bytes; ++i) {
+      to[2 * i] = UpperDigit(from[i] >> 4);
+      to[2 * i + 1] = UpperDigit(from[i] & 15);
+    }
+    return;
+  }
+  for (; bytes >= 4; bytes -= 4, from += 4, to += 4 * step) {
+    memcpy(to, &kHexPairs[from[0]], 2);
+    memcpy(to + step, &kHexPairs[from[1]], 2);
+    memcpy(to + 2 * step, &kHexPairs[from[2]], 2);
+    memcpy(to + 3 * step, &kHexPairs[from[3]], 2);
+  }
+  for (; bytes > 0; --bytes, ++from, to += step) {
+    memcpy(to, &kHexPairs[*from], 2);
+  }
+}
+
+// Puts the separator behind the room for the digits of each byte.
+void FillSeparators(const char* separator, size_t step, char* to,
+                    size_t bytes) {
+  if (step == 2 || bytes == 0) return;
+  memset(to, '0', 2);
+  memcpy(to + 2, separator, step - 2);
+  const size_t end = bytes * step;
+  for (size_t filled = step; filled < end; filled *= 2) {
+    memcpy(to + filled, to, std::min(filled, end - filled));
+  }
+}
+
+}  // namespace
+
+void base64_encode(unsigned char* data, int32_t size, std::string& out) {
+  size_t left = size > 0 ? static_cast<size_t>(size) : 0;
+  ResKeeper keeper;
+  char* text = static_cast<char*>(keeper.Alloc(4 * (left / 3) + 5));
+  char* to = text;
+  const unsigned char* from = data;
+  const auto put = [&to](uint64_t bits) {
+    memcpy(to, &kEncode[bits & 4095], 2);
+    to += 2;
+  };
+  for (; left >= 14; left -= 12, from += 12) {
+    for (const unsigned char* half : {from, from + 6}) {
+      const uint64_t bits = LoadBigEndian(half);
+      put(bits >> 52);
+      put(bits >> 40);
+      put(bits >> 28);
+      put(bits >> 16);
+    }
+  }
+  for (; left >= 3; left -= 3, from += 3) {
+    const uint64_t bits =
+        uint64_t{from[0]} << 16 | uint64_t{from[1]} << 8 | from[2];
+    put(bits >> 12);
+    put(bits);
+  }
+  if (left > 0) {
+    const uint64_t second = left == 2 ? from[1] : 0;
+    put(uint64_t{from[0]} << 4 | second >> 4);
+    put((second & 15) << 8);
+    to[-1] = '=';
+    if (left == 1) to[-2] = '=';
+  }
+  out.assign(text, static_cast<size_t>(to - text));
+}
+
+void base64_decode(const unsigned char* data, int32_t size, std::string& out) {
+  size_t left = size > 0 ? static_cast<size_t>(size) / 4 : 0;
+  ResKeeper keeper;
+  char* bytes = static_cast<char*>(keeper.Alloc(4 * left));
+  char* to = bytes;
+  const unsigned char* from = data;
+  uint32_t before = 0;  // the bits of the group before
+  // Two groups make 6 bytes. The 2 bytes stored behind them still lie in the
+  // block: it has 8 bytes for two groups.
+  for (; left >= 4; left -= 4, from += 16, to += 12) {
+    uint32_t a = GroupBits(from);
+    uint32_t b = GroupBits(from + 4);
+    uint32_t c = GroupBits(from + 8);
+    uint32_t d = GroupBits(from + 12);
+    if ((a | b | c | d) & kOutside) {
+      a = PatchedGroupBits(from, before);
+      b = PatchedGroupBits(from + 4, a);
+      c = PatchedGroupBits(from + 8, b);
+      d = PatchedGroupBits(from + 12, c);
+    }
+    before = d;
+    StoreBigEndian(uint64_t{a} << 40 | uint64_t{b} << 16, to);
+    StoreBigEndian(uint64_t{c} << 40 | uint64_t{d} << 16, to + 6);
+  }
+  for (; left > 0; --left, from += 4) {
+    before = PatchedGroupBits(from, before);
+    *to++ = static_cast<char>(before >> 16);
+    *to++ = static_cast<char>(before >> 8);
+    *to++ = static_cast<char>(before);
+  }
+  if (to != bytes && from[-1] == '=') to -= from[-2] == '=' ? 2 : 1;
+  out.assign(bytes, static_cast<size_t>(to - bytes));
+}
+
+uint8_t chr2hex(char c) {
+  return c >= 'A' && c <= 'F' ? uint8_t{0xFF} : DigitValue(c);
+}
+
+uint32_t hex2bin(std::string& hex, std::string& out) {
+  const size_t length = strlen(hex.c_str());
+  char* digits = hex.data();
+  for (size_t i = 0; i < length; ++i) {
+    const char c = digits[i];
+    digits[i] = c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c;
+  }
+  if (length % 2 != 0) return 0;
+  const size_t bytes = length / 2;
+  // Made long enough before and cut afterwards: hex may be out.
+  if (out.size() < bytes) out.resize(bytes);
+  DecodePairs(digits, bytes, out.data());
+  out.resize(bytes);
+  return static_cast<uint32_t>(bytes);
+}
+
+uint32_t HexToBin(std::string& out, const char* hex, const std::string& seps) {
+  std::string bytes;  // not out yet: hex and seps may lie in it
+  size_t length = 0;
+  for (const char* piece = hex ? hex : ""; *piece != '\0'; piece += length) {
+    piece += strspn(piece, seps.c_str());
+    length = strcspn(piece, seps.c_str());
+    if (length % 2 != 0) continue;
+    const size_t before = bytes.size();
+    bytes.resize(before + length / 2);
+    DecodePairs(piece, length / 2, &bytes[before]);
+  }
+  out = std::move(bytes);
+  return static_cast<uint32_t>(out.size());
+}
+
+std::string BinaryToHexString(void* data, uint32_t size,
+                              const std::string& separator) {
+  if (!data) kSysutils.Raise(kNullPointer, "Bad pointer");
+  // What Format("%02X%s") makes of each byte, at most 255 characters. A call
+  // of it for each is a hundred times as slow.
+  const size_t tail = strnlen(separator.c_str(), 253);
+  const size_t step = 2 + tail;
+  char chunk[1024];
+  const size_t chunk_bytes = std::min(sizeof(chunk) / step, size_t{size});
+  FillSeparators(separator.data(), step, chunk, chunk_bytes);
+  const auto* from = static_cast<const unsigned char*>(data);
+  std::string text;
+  text.reserve(size * step);
+  for (size_t left = size; left > 0;) {
+    const size_t bytes = std::min(chunk_bytes, left);
+    EncodePairs(from, bytes, chunk, step);
+    text.append(chunk, bytes * step);
+    from += bytes;
+    left -= bytes;
+  }
+  return text;
+}
+
+}  // namespace QuorlBased
