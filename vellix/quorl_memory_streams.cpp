@@ -36,6 +36,26 @@ bool WithFile(const std::string& path, uint16_t mode, Work work) {
   return done;
 }
 
+// Copies `count` bytes; neither pointer is touched for none. A portion of 32 to
+// 64 bytes goes as two halves that overlap: a call of memcpy takes longer than
+// its copy, and a quarter of the time of such a Read or Write.
+inline void CopyBytes(void* to, const void* from, size_t count) {
+  struct Half {
+    uint64_t words[4];
+  };
+  constexpr size_t half = sizeof(Half);
+  if (count < half || count > 2 * half) {
+    if (count > 0) memcpy(to, from, count);
+    return;
+  }
+  Half first;
+  Half last;
+  memcpy(&first, from, half);
+  memcpy(&last, static_cast<const char*>(from) + count - half, half);
+  memcpy(to, &first, half);
+  memcpy(static_cast<char*>(to) + count - half, &last, half);
+}
+
 // `request` taken up to the next multiple of the growth step. What passes the
 // range of 64 bits comes out negative, which no heap grants.
 int64_t RoundedUp(int64_t request) {
@@ -62,11 +82,9 @@ int32_t CCustomMemoryStream::Read(void* buffer, uint32_t count) {
     const int64_t remaining = size_ - position_;
     if (remaining < 0) kStreams.Raise(kEndOfData, "self Buffer is end");
     const int64_t portion = std::min<int64_t>(count, remaining);
-    if (portion > 0) {
-      memcpy(buffer, static_cast<const char*>(memory_) + position_,
-             static_cast<size_t>(portion));
-      position_ += portion;
-    }
+    CopyBytes(buffer, static_cast<char*>(memory_) + position_,
+              static_cast<size_t>(portion));
+    position_ += portion;
     return static_cast<int32_t>(portion);
   });
 }
@@ -125,7 +143,7 @@ bool CCustomMemoryStream::SaveToFile(const std::string& path) {
 }
 
 CMemoryStream::~CMemoryStream() {
-  kStreams.Guard([&] { Clear(); });
+  EndStream([this] { kStreams.Guard([this] { Clear(); }); });
 }
 
 void CMemoryStream::SetCapacity(int64_t newCapacity) {
@@ -174,9 +192,7 @@ int32_t CMemoryStream::Write(const void* buffer, uint32_t count) {
       if (end > capacity_ || handed_in_) SetCapacity(std::max(end, capacity_));
       size_ = end;
     }
-    if (count > 0) {
-      memcpy(static_cast<char*>(memory_) + position_, buffer, count);
-    }
+    CopyBytes(static_cast<char*>(memory_) + position_, buffer, count);
     position_ = end;
     GetQuorlException()->Clear();
     return static_cast<int32_t>(count);
