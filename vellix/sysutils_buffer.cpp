@@ -80,19 +80,21 @@ unsigned long CDataBuffer2::Pop(void* dest, unsigned long size) {
   unsigned long left = size;
   while (left > 0 && !nodes_.empty()) {
     DataNode& front = nodes_.front();
+    const char* bytes = static_cast<const char*>(front.data) + front.offset;
     const unsigned long available = front.length - front.offset;
-    const unsigned long portion = available < left ? available : left;
+    if (available > left) {
+      if (next) memcpy(next, bytes, left);
+      front.offset += left;
+      left = 0;
+      break;
+    }
     if (next) {
-      memcpy(next, static_cast<char*>(front.data) + front.offset, portion);
-      next += portion;
+      memcpy(next, bytes, available);
+      next += available;
     }
-    left -= portion;
-    if (portion < available) {
-      front.offset += portion;
-    } else {
-      free(front.data);
-      nodes_.pop_front();
-    }
+    left -= available;
+    free(front.data);
+    nodes_.pop_front();
   }
   const unsigned long taken = size - left;
   data_size_ -= taken;
