@@ -70,6 +70,7 @@ TEST(Record, TimeFollowsTheZoneWithinASecond) {
 }
 
 TEST(Record, TextsAndDataOfEveryKind) {
+  support::Log();
   const std::string kilobyte(1024, '\xAB');
   const std::string longer = kilobyte + "\x01";
   const std::string text(100000, 't');

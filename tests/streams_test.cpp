@@ -6,6 +6,7 @@
 
 #include "support/support.h"
 #include "vellix/quorl_base_streams.h"
+#include "vellix/sysutils_files.h"
 
 namespace {
 

@@ -1,13 +1,11 @@
 #include "vellix/logger.h"
 
-#include <cxxabi.h>
-
 #include <cerrno>
-#include <cstdlib>
-#include <cstring>
+#include <ctime>
 #include <memory>
 #include <new>
 
+#include "vellix/exceptions_report.h"
 #include "vellix/library_internal.h"
 #include "vellix/logger_record.h"
 #include "vellix/sysutils_files.h"
@@ -26,10 +24,11 @@ class ErrnoKeeper {
   ErrnoKeeper() = default;
   ErrnoKeeper(const ErrnoKeeper&) = delete;
   ErrnoKeeper& operator=(const ErrnoKeeper&) = delete;
-  ~ErrnoKeeper() { errno = kept_; }
+  ~ErrnoKeeper() { errno_ = kept_; }
 
  private:
-  int kept_ = errno;
+  int& errno_ = errno;
+  const int kept_ = errno_;
 };
 
 class MutexHold {
@@ -90,14 +89,16 @@ bool CQuorlLogger::SetLogFile(const char* path, bool append) {
   if (!path) return false;
   // Whatever fails, the host goes on without a log; file_open has recorded why.
   try {
+    // Made while nothing is lost yet: without room for it file_exists could not
+    // tell a file that is there, and its records would be emptied away.
+    GetQuorlException();
     std::string name = path;
     std::unique_ptr<CFileStream> target = OpenLogFile(name, append);
     log_file_.swap(name);
     stream_.store(target.release(), std::memory_order_release);
     return true;
-  } catch (abi::__forced_unwind&) {
-    throw;
   } catch (...) {
+    LetUnwindingPass();
     return false;
   }
 }
@@ -138,48 +139,30 @@ void CQuorlLogger::Log(LogLevel level, const char* from, const char* msg,
                        const unsigned char* data, unsigned int size) {
   if (!log_enabled_.load(std::memory_order_relaxed)) return;
   if (level == LogExp && !IsExpLogEnabled()) return;
-  IQuorlStream* target = stream_.load(std::memory_order_acquire);
-  if (!target) return;
+  if (!stream_.load(std::memory_order_relaxed)) return;
   if (static_cast<unsigned>(level) > LogFatal) return;
-  WriteRecord(*target, level, from, msg, data, size);
+  WriteRecord(level, from, msg, data, size);
 }
 
 // Apart from Log, whose early ways out need no room for a record.
 __attribute__((noinline)) void CQuorlLogger::WriteRecord(
-    IQuorlStream& target, LogLevel level, const char* from, const char* msg,
+    LogLevel level, const char* from, const char* msg,
     const unsigned char* data, unsigned int size) {
+  IQuorlStream* target = GetLogStream();
+  if (!target) return;  // the library was torn down meanwhile
   const ErrnoKeeper errno_keeper;
   const uint32_t thread_id = CurrentThreadId();
-  LogRecord record(thread_id, level, from, msg, data, size);
+  LogRecord record({thread_id, level, from, msg, data, size});
   const MutexHold hold(mutex_);
-  record.SetTime(CurrentTime());
+  record.SetTime(time_.For(time(nullptr)));
   const WriteMark mark(logging_, logging_thread_, thread_id);
-  target.Write(record.Text(), record.Size());
-}
-
-const char* CQuorlLogger::CurrentTime() {
-  const time_t now = time(nullptr);
-  const char* zone = getenv("TZ");
-  const bool same_zone =
-      zone ? time_.zone_set && strcmp(zone, time_.zone) == 0 : !time_.zone_set;
-  if (time_.valid && now == time_.second && same_zone) return time_.text;
-
-  tzset();
-  tm fields{};
-  localtime_r(&now, &fields);
-  asctime_r(&fields, time_.text);
-  time_.second = now;
-  time_.zone_set = zone != nullptr;
-  // A zone too long to keep is looked up anew for each record.
-  time_.valid = !zone || strlen(zone) < sizeof time_.zone;
-  if (zone && time_.valid) strcpy(time_.zone, zone);
-  return time_.text;
+  target->Write(record.Text(), record.Size());
 }
 
 void CQuorlLogger::ResetInForkedChild() {
   new (&mutex_) CXMutex;
   logging_.store(false);
-  time_.valid = false;
+  time_.Forget();
 }
 
 }  // namespace QuorlBased

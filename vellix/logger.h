@@ -8,6 +8,7 @@
 #define VELLIX_LOGGER_H_
 
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <ctime>
 #include <string>
@@ -84,7 +85,7 @@ class IQuorlLogger {
 };
 
 // The class of the one logger. Made by the library alone.
-class CQuorlLogger : public IQuorlLogger {
+class CQuorlLogger final : public IQuorlLogger {
  public:
   // Throws what the constructor of CXMutex throws.
   CQuorlLogger();
@@ -121,19 +122,33 @@ class CQuorlLogger : public IQuorlLogger {
  private:
   // The text of a second in a time zone, kept while both stay the same.
   struct TimeText {
-    bool valid = false;
-    time_t second = 0;
-    bool zone_set = false;
-    char zone[64] = {};
+    // The 24 characters of asctime for `now` in local time.
+    const char* For(time_t now) {
+      return now == second && ZoneIsKept() ? text : Render(now);
+    }
+
+    // What a forked child inherits may be half written.
+    void Forget() { second = -1; }
+
+   private:
+    const char* Render(time_t now);
+    bool ZoneIsKept() const;
+    void KeepZone();
+
+    time_t second = -1;
     char text[26] = {};
+    // The environment as it stood, by which a new value of TZ shows: its array,
+    // its end, its last entry, and the entry for TZ with a copy of that.
+    char** environment = nullptr;
+    char* const* end = nullptr;
+    char* const* last_slot = nullptr;
+    const char* last_entry = nullptr;
+    char* const* zone_slot = nullptr;  // null when there is no TZ
+    char zone[64] = {};
   };
 
-  void WriteRecord(IQuorlStream& target, LogLevel level, const char* from,
-                   const char* msg, const unsigned char* data,
-                   unsigned int size);
-
-  // The current time as the 24 characters of asctime. Under the mutex.
-  const char* CurrentTime();
+  void WriteRecord(LogLevel level, const char* from, const char* msg,
+                   const unsigned char* data, unsigned int size);
 
   std::string log_file_;
   std::atomic<IQuorlStream*> stream_{nullptr};

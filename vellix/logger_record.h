@@ -1,60 +1,165 @@
 // The line of one record: pure text, no lock.
+//
+// The steps that every record takes are inline; what few records need stands in
+// the source file.
 #ifndef VELLIX_LOGGER_RECORD_H_
 #define VELLIX_LOGGER_RECORD_H_
 
+#include <algorithm>
+#include <charconv>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <memory>
+#include <string_view>
 
 #include "vellix/logger.h"
 
 namespace QuorlBased {
 
-// The characters of a time in a record.
-constexpr size_t kTimeLength = 24;
-
-// A text as it stands in a record: on one line.
+// A text as it is put into a record: on one line.
 class LogText {
  public:
-  // `text` must not be null and must outlive this object.
-  explicit LogText(const char* text);
+  // Null stands as "NULL". `text` must outlive this object.
+  explicit LogText(const char* text)
+      : text_(text ? text : "NULL"), length_(strlen(text_)) {}
 
-  size_t Length() const { return length_ + line_ends_; }
+  size_t Length() const { return length_; }
 
-  // Writes Length() characters to `out` and gives what follows them.
-  char* AppendTo(char* out) const;
+  // The length with each line feed and carriage return as two characters.
+  size_t EscapedLength() const;
+
+  // Writes EscapedLength() characters to `out` and gives what follows them.
+  char* AppendEscaped(char* out) const;
+
+  // Writes Length() characters to `out` and gives what follows them, or null
+  // when the text needs the escape; also for some texts that do not.
+  char* AppendPlain(char* out) const {
+    if (length_ < 8) return AppendFew(out);
+    const size_t last = length_ - 8;
+    for (size_t i = 0; i < last; i += 8) {
+      if (CopyEight(text_ + i, out + i)) return nullptr;
+    }
+    // The last eight overlap what came before.
+    return CopyEight(text_ + last, out + last) ? nullptr : out + length_;
+  }
 
  private:
+  // Copies eight bytes; true when one of them is below 14, as line feed (10)
+  // and carriage return (13) are.
+  static bool CopyEight(const char* from, char* to) {
+    constexpr uint64_t kOnes = 0x0101010101010101;
+    uint64_t bytes = 0;
+    memcpy(&bytes, from, sizeof bytes);
+    memcpy(to, &bytes, sizeof bytes);
+    return ((bytes - kOnes * 14) & ~bytes & (kOnes * 0x80)) != 0;
+  }
+
+  char* AppendFew(char* out) const {
+    for (size_t i = 0; i < length_; ++i) {
+      if (static_cast<unsigned char>(text_[i]) < 14) return nullptr;
+      out[i] = text_[i];
+    }
+    return out + length_;
+  }
+
   const char* text_;
   size_t length_;
-  size_t line_ends_ = 0;
 };
 
 // Writes two digits and a blank for each byte to `out`, then a NUL, and gives
 // the address of the NUL.
 char* DumpBytes(const unsigned char* data, size_t size, char* out);
 
+// What a record tells.
+struct LogFields {
+  uint32_t thread_id;
+  LogLevel level;
+  const char* from;
+  const char* msg;
+  const unsigned char* data;
+  unsigned int size;
+};
+
 // One record, complete but for its time.
 class LogRecord {
  public:
-  // The bytes of `data` that a record takes at the most.
-  static constexpr unsigned int kMaxData = 1024;
-
-  // Null texts and data stand as "NULL". Throws std::bad_alloc, and
-  // std::length_error for a record that one Write cannot take.
-  LogRecord(uint32_t thread_id, LogLevel level, const char* from,
-            const char* msg, const unsigned char* data, unsigned int size);
+  // Throws std::bad_alloc, and std::length_error for a record that one Write
+  // cannot take.
+  explicit LogRecord(const LogFields& fields) {
+    const LogText from(fields.from);
+    const LogText msg(fields.msg);
+    const size_t dumped = fields.data ? std::min(fields.size, kMaxData) : 0;
+    const size_t fixed = kFixedLength + std::max(3 * dumped, kNull.size());
+    Reserve(fixed + from.Length() + msg.Length());
+    if (Compose<&LogText::AppendPlain>(fields, from, msg, dumped)) return;
+    Reserve(fixed + from.EscapedLength() + msg.EscapedLength());
+    ComposeEscaped(fields, from, msg, dumped);
+  }
   LogRecord(const LogRecord&) = delete;
   LogRecord& operator=(const LogRecord&) = delete;
 
-  // Puts the kTimeLength characters of `time` into their place.
-  void SetTime(const char* time);
+  // Puts the 24 characters of `time` into their place.
+  void SetTime(const char* time) {
+    memcpy(text_ + kTime.size(), time, kTimeLength);
+  }
 
   const char* Text() const { return text_; }
   uint32_t Size() const { return size_; }
 
  private:
-  void Reserve(size_t size);
+  static constexpr std::string_view kTime = "[TM=";
+  static constexpr std::string_view kThread = "] [TH=";
+  static constexpr std::string_view kLevel = "] [LV=";
+  static constexpr std::string_view kFrom = "] [FR=";
+  static constexpr std::string_view kMessage = "] [MG=";
+  static constexpr std::string_view kData = "] [BN=";
+  static constexpr std::string_view kNull = "NULL";
+  static constexpr std::string_view kEnd = "]\r\n";
+  static constexpr size_t kTimeLength = 24;
+  static constexpr size_t kMaxIdLength = 11;
+  static constexpr size_t kLevelLength = 5;
+  static constexpr size_t kFixedLength =
+      kTime.size() + kTimeLength + kThread.size() + kMaxIdLength +
+      kLevel.size() + kLevelLength + kFrom.size() + kMessage.size() +
+      kData.size() + kEnd.size();
+  static constexpr unsigned int kMaxData = 1024;
+
+  static char* Append(char* out, std::string_view piece) {
+    memcpy(out, piece.data(), piece.size());
+    return out + piece.size();
+  }
+
+  void Reserve(size_t size) {
+    if (size > sizeof room_) ReserveOnHeap(size);
+  }
+  void ReserveOnHeap(size_t size);
+
+  // False when kAppend does not take one of the texts.
+  template <char* (LogText::*kAppend)(char*) const>
+  bool Compose(const LogFields& fields, const LogText& from, const LogText& msg,
+               size_t dumped) {
+    char* out = Append(text_, kTime) + kTimeLength;
+    out = Append(out, kThread);
+    const auto id = static_cast<int32_t>(fields.thread_id);
+    out = std::to_chars(out, out + kMaxIdLength, id).ptr;
+    out = Append(out, kLevel);
+    out = Append(out, {loglevel_text[fields.level], kLevelLength});
+    out = Append(out, kFrom);
+    out = (from.*kAppend)(out);
+    if (!out) return false;
+    out = Append(out, kMessage);
+    out = (msg.*kAppend)(out);
+    if (!out) return false;
+    out = Append(out, kData);
+    out = dumped > 0 ? DumpBytes(fields.data, dumped, out) : Append(out, kNull);
+    out = Append(out, kEnd);
+    size_ = static_cast<uint32_t>(out - text_);
+    return true;
+  }
+
+  void ComposeEscaped(const LogFields& fields, const LogText& from,
+                      const LogText& msg, size_t dumped);
 
   // Most records need no heap.
   char room_[4096];

@@ -67,8 +67,7 @@ CXMutex::~CXMutex() {
   pthread_mutex_destroy(&mutex_);
 }
 
-bool CXMutex::Lock(uint32_t timeout) {
-  if (timeout == kWaitForever) return pthread_mutex_lock(&mutex_) == 0;
+bool CXMutex::LockPolling(uint32_t timeout) {
   // The count of sleeps may pass the largest 32-bit time-out.
   for (uint64_t slept = 0; slept <= timeout; slept += kPollMilliseconds) {
     if (pthread_mutex_trylock(&mutex_) == 0) return true;
@@ -76,8 +75,6 @@ bool CXMutex::Lock(uint32_t timeout) {
   }
   return false;
 }
-
-bool CXMutex::Unlock() { return pthread_mutex_unlock(&mutex_) == 0; }
 
 CXEvent::CXEvent(bool autoReset, bool initialState)
     : auto_reset_(autoReset), signaled_(initialState) {

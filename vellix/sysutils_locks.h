@@ -31,12 +31,17 @@ class CXMutex {
   // counts sleeps: `timeout` / 10 + 1 attempts, each failed one followed by a
   // sleep of 10 milliseconds, the last and that of a `timeout` of 0 too. With
   // kWaitForever it blocks.
-  bool Lock(uint32_t timeout);
+  bool Lock(uint32_t timeout) {
+    if (timeout != kWaitForever) return LockPolling(timeout);
+    return pthread_mutex_lock(&mutex_) == 0;
+  }
 
   // Releases one level. False when the calling thread does not hold the lock.
-  bool Unlock();
+  bool Unlock() { return pthread_mutex_unlock(&mutex_) == 0; }
 
  private:
+  bool LockPolling(uint32_t timeout);
+
   pthread_mutex_t mutex_;
   pthread_mutexattr_t attributes_;
 };
