@@ -108,6 +108,7 @@ FILES
   [ "$(readlink "usr/lib/$triplet/libvellix.so")" = libvellix.so.1 ]
   ls "usr/lib/$triplet"/{libvellix_toolkit.a,cmake/vellix/vellixConfig.cmake} \
     "usr/lib/$triplet"/pkgconfig/{vellix,vellix-toolkit}.pc
+  diff -r "$SOURCE/share/vellix" usr/share/vellix
   cp -r usr/. "$WORK/root"
   PKG_CONFIG_PATH=$WORK/root/lib/$triplet/pkgconfig pkg-config --cflags --libs \
     vellix-toolkit | xargs "$CXX" -std=c++17 -fPIC -shared \
