@@ -26,7 +26,7 @@ pthread_key_t sThreadIdKey = kNoKey;
 // the host for instance. Such a record goes with the process.
 thread_local CQuorlException* sLateRecord = nullptr;
 
-CQuorlException* LateRecord() {
+__attribute__((noinline)) CQuorlException* LateRecord() {
   if (!sLateRecord) sLateRecord = new CQuorlException;
   return sLateRecord;
 }
@@ -40,9 +40,10 @@ static void on_thread_exit(void* value) {
 
 }  // extern "C"
 
-CQuorlException* MakeRecord(pthread_key_t key) {
+// Apart from the ways that every call takes.
+__attribute__((noinline)) CQuorlException* MakeRecord() {
   auto* record = new CQuorlException;
-  pthread_setspecific(key, record);
+  pthread_setspecific(TLSKeyKeeper::sTLSIndex.load(), record);
   return record;
 }
 
@@ -95,7 +96,7 @@ IQuorlException* GetQuorlException() {
   if (!sRunning.load(std::memory_order_relaxed)) return LateRecord();
   void* record = pthread_getspecific(key);
   if (record) return static_cast<CQuorlException*>(record);
-  return MakeRecord(key);
+  return MakeRecord();
 }
 
 void ReleaseQuorlException() {
