@@ -11,12 +11,15 @@ fail() {
 }
 
 # need <command or file>[=<package>]...: installs the Debian packages of what
-# is not there. A file may be a pattern; a package defaults to the command.
+# is not there. A file is an absolute path and may be a pattern; a package
+# defaults to the command.
 need() {
   local item packages=()
   for item in "$@"; do
-    command -v "${item%%=*}" >/dev/null || compgen -G "${item%%=*}" >/dev/null ||
-      packages+=("${item#*=}")
+    case $item in
+      /*) compgen -G "${item%%=*}" ;;
+      *) command -v "${item%%=*}" ;;
+    esac >/dev/null || packages+=("${item#*=}")
   done
   [ ${#packages[@]} -gt 0 ] || return 0
 
