@@ -10,40 +10,48 @@ std::atomic<pthread_key_t> TLSKeyKeeper::sTLSIndex{0};
 
 namespace {
 
-// No key of anybody: the store then answers as for a thread without a record.
-constexpr pthread_key_t kNoKey = ~pthread_key_t{0};
-
 // True between load and teardown. sTLSIndex cannot tell: 0 is a valid key, and
 // outside that time it is somebody else's.
 std::atomic<bool> sRunning{false};
 
-// Under this key each thread keeps its number. A thread_local variable would
-// be allocated by the dynamic linker at a thread's first record, and end the
-// process when memory is out.
-pthread_key_t sThreadIdKey = kNoKey;
-
-// The record of a thread that asks after teardown, from a static destructor of
-// the host for instance. Such a record goes with the process.
-thread_local CQuorlException* sLateRecord = nullptr;
-
-__attribute__((noinline)) CQuorlException* LateRecord() {
-  if (!sLateRecord) sLateRecord = new CQuorlException;
-  return sLateRecord;
-}
+// What a thread finds with one load. The slot of the key owns the record; this
+// is a copy of its address.
+//
+// Initial-exec: the room comes with the thread. Other models have the dynamic
+// linker allocate it at a thread's first record, and end the process when
+// memory is out.
+struct ThreadState {
+  CQuorlException* record;
+  uint32_t id;
+};
+__attribute__((tls_model("initial-exec"))) thread_local ThreadState sThread;
 
 extern "C" {
 
 // The slot is null already: the object to destroy is the argument.
 static void on_thread_exit(void* value) {
+  sThread.record = nullptr;
   delete static_cast<CQuorlException*>(value);
 }
 
 }  // extern "C"
 
-// Apart from the ways that every call takes.
-__attribute__((noinline)) CQuorlException* MakeRecord() {
+// The ways that few calls take stand apart from those that every call takes.
+__attribute__((noinline)) IQuorlException* FindOrMakeRecord() {
+  // Read before the flag: a key of 0 after teardown implies a cleared flag.
+  const pthread_key_t key =
+      TLSKeyKeeper::sTLSIndex.load(std::memory_order_acquire);
+  const bool running = sRunning.load(std::memory_order_relaxed);
+  if (running) {
+    void* record = pthread_getspecific(key);
+    if (record) return static_cast<CQuorlException*>(record);
+  }
   auto* record = new CQuorlException;
-  pthread_setspecific(TLSKeyKeeper::sTLSIndex.load(), record);
+  // After teardown a static destructor of the host may still ask: its record
+  // has no slot and goes with the process.
+  if (!running || pthread_setspecific(key, record) == 0) {
+    sThread.record = record;
+  }
   return record;
 }
 
@@ -67,9 +75,10 @@ void WriteExceptionRecord(const IQuorlException& failure) {
 }  // namespace
 
 TLSKeyKeeper::TLSKeyKeeper() {
-  pthread_key_t key = kNoKey;
+  // Stays the number of no key when the system has none left: each call then
+  // makes a record of its own.
+  pthread_key_t key = ~pthread_key_t{0};
   pthread_key_create(&key, on_thread_exit);
-  pthread_key_create(&sThreadIdKey, nullptr);
   sTLSIndex.store(key);
   sRunning.store(true);
 }
@@ -77,7 +86,6 @@ TLSKeyKeeper::TLSKeyKeeper() {
 TLSKeyKeeper::~TLSKeyKeeper() {
   sRunning.store(false);
   pthread_key_delete(sTLSIndex.load());
-  pthread_key_delete(sThreadIdKey);
   sTLSIndex.store(0);
 }
 
@@ -90,43 +98,27 @@ void CQuorlException::Copy(IQuorlException* src) {
 }
 
 IQuorlException* GetQuorlException() {
-  // Read before the flag: a key of 0 after teardown implies a cleared flag.
-  const pthread_key_t key =
-      TLSKeyKeeper::sTLSIndex.load(std::memory_order_acquire);
-  if (!sRunning.load(std::memory_order_relaxed)) return LateRecord();
-  void* record = pthread_getspecific(key);
-  if (record) return static_cast<CQuorlException*>(record);
-  return MakeRecord();
+  CQuorlException* record = sThread.record;
+  return record ? record : FindOrMakeRecord();
 }
 
 void ReleaseQuorlException() {
-  const pthread_key_t key =
-      TLSKeyKeeper::sTLSIndex.load(std::memory_order_acquire);
-  if (!sRunning.load(std::memory_order_relaxed)) {
-    delete sLateRecord;
-    sLateRecord = nullptr;
-    return;
-  }
-  void* record = pthread_getspecific(key);
+  CQuorlException* record = sThread.record;
   if (!record) return;
-  delete static_cast<CQuorlException*>(record);
-  pthread_setspecific(key, nullptr);
+  sThread.record = nullptr;
+  if (sRunning.load()) {
+    pthread_setspecific(TLSKeyKeeper::sTLSIndex.load(), nullptr);
+  }
+  delete record;
 }
 
 namespace QuorlBased {
 
 uint32_t CurrentThreadId() {
-  if (!sRunning.load(std::memory_order_relaxed)) return PlatformThreadId();
-  const auto kept =
-      reinterpret_cast<uintptr_t>(pthread_getspecific(sThreadIdKey));
-  if (kept != 0) return static_cast<uint32_t>(kept);
-  const uint32_t id = PlatformThreadId();
-  pthread_setspecific(sThreadIdKey, reinterpret_cast<void*>(uintptr_t{id}));
-  return id;
+  if (sThread.id == 0) sThread.id = PlatformThreadId();
+  return sThread.id;
 }
 
-void ForgetThreadId() {
-  if (sRunning.load()) pthread_setspecific(sThreadIdKey, nullptr);
-}
+void ForgetThreadId() { sThread.id = 0; }
 
 }  // namespace QuorlBased
