@@ -47,7 +47,7 @@ need_build_tools() {
 need_test_tools() {
   need_build_tools
   need clang++=clang abidiff=abigail-tools pkg-config readelf=binutils \
-    dpkg-shlibdeps=dpkg-dev file strace lnav lognormalizer=liblognorm-utils
+    dpkg-shlibdeps=dpkg-dev file perl lnav lognormalizer=liblognorm-utils
 }
 
 # build <preset> [target...]
