@@ -95,7 +95,8 @@ bool CQuorlLogger::SetLogFile(const char* path, bool append) {
     std::string name = path;
     std::unique_ptr<CFileStream> target = OpenLogFile(name, append);
     log_file_.swap(name);
-    stream_.store(target.release(), std::memory_order_release);
+    log_file_stream_ = target.release();
+    stream_.store(log_file_stream_, std::memory_order_release);
     return true;
   } catch (...) {
     LetUnwindingPass();
