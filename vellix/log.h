@@ -75,7 +75,8 @@ class LogLine {
 
   // Apart, as is Log::WriteLine, so that of a line whose level is off nothing
   // is left but the test.
-  __attribute__((noinline)) static std::ostringstream* Begin() {
+  __attribute__((noinline, returns_nonnull)) static std::ostringstream*
+  Begin() {
     return new std::ostringstream;
   }
 
