@@ -174,7 +174,8 @@ TEST(LogFile, OpensAppendsOrEmpties) {
     if (!row.result) {
       EXPECT_FALSE(support::FailurePlanted());
       EXPECT_EQ(logger.GetLogFile(), nullptr);
-      EXPECT_TRUE(logger.SetLogFile((dir / "second").c_str(), false));
+      ASSERT_TRUE(logger.SetLogFile((dir / "second").c_str(), false));
+      logger.GetLogStream()->Free();
       continue;
     }
     EXPECT_EQ(logger.GetLogFile(), path);

@@ -44,8 +44,9 @@ void CQuorlLogger::TimeText::KeepZone() {
   }
   last_entry = *last_slot;
   if (!zone_slot) return;
-  if (strlen(*zone_slot) < sizeof zone) {
-    strcpy(zone, *zone_slot);
+  const size_t size = strlen(*zone_slot) + 1;
+  if (size <= sizeof zone) {
+    memcpy(zone, *zone_slot, size);
   } else {
     Forget();  // too long to compare: rendered anew for each record
   }
