@@ -61,7 +61,7 @@ CFileStream::CFileStream(const std::string& path, uint16_t mode)
     : CHandleStream(file_open_exp(path, mode)) {}
 
 CFileStream::~CFileStream() {
-  if (handle_ != 0) file_close(handle_);
+  if (handle_ != 0) EndStream([this] { file_close(handle_); });
 }
 
 }  // namespace QuorlBased
