@@ -32,6 +32,8 @@ int32_t file_create(const std::string& name) {
 int32_t file_open(const std::string& name, uint16_t mode) {
   return kSysutils.Guard(-1, [&] {
     if (mode == kCreateFile) return file_create(name);
+    // Had before there is a handle, which would be lost if it could not be had.
+    IQuorlException* record = GetQuorlException();
     const unsigned access = mode & 3U;
     if (access == 3) {
       kSysutils.Raise(kBadArgument, "file_open error: bad access mode");
@@ -40,7 +42,7 @@ int32_t file_open(const std::string& name, uint16_t mode) {
     const int flags = static_cast<int>(access_mode[access] | O_EXCL);
     const int handle = open(name.c_str(), flags, kPermissions);
     if (handle == -1) kSysutils.RaiseErrno(kFileFailure, "file_open error");
-    GetQuorlException()->Clear();
+    record->Clear();
     return handle;
   });
 }
