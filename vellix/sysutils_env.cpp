@@ -48,7 +48,10 @@ bool delete_environment_variable(const std::string& name) {
 
 void dll_set_load_path(const std::string& dir) {
   std::string load_path;
-  get_environment_variable(kLoadPath, load_path);
+  if (!get_environment_variable(kLoadPath, load_path) &&
+      GetQuorlException()->GetExceptionCode() != kNotFound) {
+    return;  // what is there could not be read, and must not be lost
+  }
   const std::list<std::string> entries = StrSplit(load_path, ":");
   if (std::find(entries.begin(), entries.end(), dir) != entries.end()) return;
   load_path += ':';

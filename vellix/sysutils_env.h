@@ -34,7 +34,8 @@ bool delete_environment_variable(const std::string& name);
 // the variable when a process starts, so this is for child processes.
 //
 // Reports nothing of its own. The object is cleared when the variable was set,
-// and keeps what get_environment_variable left when `dir` was found. May throw
+// and keeps what get_environment_variable left when `dir` was found. Without
+// memory for what the variable holds nothing is changed. May throw
 // std::bad_alloc.
 void dll_set_load_path(const std::string& dir);
 
