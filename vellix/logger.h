@@ -18,6 +18,7 @@
 
 namespace QuorlBased {
 
+// The level of a record.
 enum LogLevel : int {
   LogDebug = 0,
   LogInfo = 1,

@@ -24,6 +24,7 @@
 
 namespace QuorlBased {
 
+// A child process, one at a time.
 class CQuorlBasedProcess {
  public:
   // Starts nothing. The program and its arguments are what parse_cmd_line makes

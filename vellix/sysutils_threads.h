@@ -26,6 +26,7 @@
 
 namespace QuorlBased {
 
+// A thread with its outcome.
 class CQuorlBasedThread {
  public:
   // Starts the platform thread, held at the gate. Throws kGeneralFailure

@@ -12,6 +12,7 @@ build() {
     -DCMAKE_INSTALL_PREFIX=/usr -DVELLIX_BUILD_TESTS=OFF \
     -DVELLIX_BUILD_EXAMPLES=OFF
   cmake --build "$LIBRARY"
+  ! command -v doxygen || cmake --build "$LIBRARY" --target vellix_docs
 }
 
 # run_users <directory> <library>: both hosts run, and log what they should.
