@@ -1,7 +1,8 @@
 #include "vellix/sysutils_parsers.h"
 
-#include <cctype>
+#include <cstring>
 #include <random>
+#include <utility>
 
 #include "vellix/sysutils_platform.h"
 
@@ -55,9 +56,55 @@ class CommandLineParser {
   std::list<std::string> args_;
 };
 
-bool SameLetter(char left, char right) {
-  return left == right || toupper(static_cast<unsigned char>(left)) ==
-                              toupper(static_cast<unsigned char>(right));
+// Whether one byte of a mask, no star, takes the byte of the text. `upper` is
+// the platform's toupper.
+bool TakesByte(char wanted, char byte, const int32_t* upper) {
+  if (byte == '\0') return false;
+  return wanted == byte || wanted == '?' ||
+         upper[static_cast<unsigned char>(wanted)] ==
+             upper[static_cast<unsigned char>(byte)];
+}
+
+// The same for `length` bytes of a mask, a part from one star to the next.
+bool PartMatches(const char* text, const char* part, size_t length,
+                 const int32_t* upper) {
+  for (size_t i = 0; i < length; ++i) {
+    if (!TakesByte(part[i], text[i], upper)) return false;
+  }
+  return true;
+}
+
+// The first place in `text` at which the part matches, null if there is none.
+const char* FindPart(const char* text, const char* part, size_t length,
+                     const int32_t* upper) {
+  const int32_t first = upper[static_cast<unsigned char>(*part)];
+  for (;; ++text) {
+    if (*part != '?') {
+      while (*text != '\0' &&
+             upper[static_cast<unsigned char>(*text)] != first) {
+        ++text;
+      }
+    }
+    if (*text == '\0') return nullptr;
+    if (PartMatches(text, part, length, upper)) return text;
+  }
+}
+
+// Whether the part matches the text's last bytes.
+bool EndMatches(const char* text, const char* part, size_t length,
+                const int32_t* upper) {
+  if (length == 0) return true;
+  const size_t left = strlen(text);
+  return left >= length &&
+         PartMatches(text + left - length, part, length, upper);
+}
+
+// The length of the part of a mask that begins at `mask`: up to a star or the
+// end.
+size_t PartLength(const char* mask) {
+  size_t length = 0;
+  while (mask[length] != '*' && mask[length] != '\0') ++length;
+  return length;
 }
 
 }  // namespace
@@ -72,27 +119,22 @@ int32_t parse_cmd_line(const std::string& commandLine,
 bool StrMatch(const char* text, const char* mask) {
   if (!text) text = "";
   if (!mask) mask = "";
-  // Where to go on when the bytes behind the last star do not match: the star
-  // then takes one byte more. Earlier stars need no second try, for the last
-  // one can take whatever they would leave.
-  const char* after_star = nullptr;
-  const char* retry = nullptr;
-  while (*text != '\0' || *mask != '\0') {
-    if (*mask == '*') {
-      after_star = ++mask;
-      retry = text;
-      if (*mask == '\0') return true;
-    } else if (*text != '\0' && *mask != '\0' &&
-               (*mask == '?' || SameLetter(*mask, *text))) {
-      ++mask;
-      ++text;
-    } else {
-      if (!after_star || *retry == '\0') return false;
-      text = ++retry;
-      mask = after_star;
-    }
+  const int32_t* upper = PlatformUpperCase();
+  for (; *mask != '*'; ++mask, ++text) {
+    if (*mask == '\0') return *text == '\0';
+    if (!TakesByte(*mask, *text, upper)) return false;
   }
-  return true;
+  // A part between two stars is best placed as far left as it can be: that
+  // leaves most to the parts behind it. The last part belongs to the end.
+  for (;;) {
+    while (*mask == '*') ++mask;
+    const size_t length = PartLength(mask);
+    if (mask[length] == '\0') return EndMatches(text, mask, length, upper);
+    text = FindPart(text, mask, length, upper);
+    if (!text) return false;
+    text += length;
+    mask += length;
+  }
 }
 
 bool GetNameValue(const std::string& text, const std::string& separator,

@@ -33,6 +33,10 @@ std::string PlatformExecutablePath();
 // Fills `bytes` with random numbers that cannot be guessed; false on failure.
 bool PlatformRandom(void* buffer, uint32_t bytes);
 
+// What toupper gives for each of the 256 bytes in the calling thread's current
+// locale, by byte. Never null; valid until the locale changes.
+const int32_t* PlatformUpperCase();
+
 }  // namespace QuorlBased
 
 #endif  // VELLIX_SYSUTILS_PLATFORM_H_

@@ -1,6 +1,7 @@
 #include <sys/random.h>
 #include <unistd.h>
 
+#include <cctype>
 #include <cerrno>
 #include <ctime>
 
@@ -43,5 +44,8 @@ bool PlatformRandom(void* buffer, uint32_t bytes) {
   }
   return true;
 }
+
+// The table from which the C library's own toupper answers.
+const int32_t* PlatformUpperCase() { return *__ctype_toupper_loc(); }
 
 }  // namespace QuorlBased

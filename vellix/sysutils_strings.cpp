@@ -8,6 +8,7 @@
 #include <cstring>
 
 #include "vellix/res_keeper.h"
+#include "vellix/sysutils_search.h"
 
 namespace QuorlBased {
 namespace {
@@ -63,6 +64,51 @@ const char* TrimmedBegin(const char* begin, const char* end,
   while (begin != end && set.Has(*begin)) ++begin;
   return begin;
 }
+
+// A copy of `s` in which the letters from `first` to `last`, up to its first
+// NUL, are of the other case.
+std::string WithoutCase(const std::string& s, char first, char last) {
+  constexpr char kCaseBit = 'a' - 'A';
+  std::string result = s;
+  char* text = result.data();
+  const size_t length = strlen(text);
+  for (size_t i = 0; i < length; ++i) {
+    const char c = text[i];
+    text[i] = static_cast<char>(c ^ (c >= first && c <= last ? kCaseBit : 0));
+  }
+  return result;
+}
+
+// A text put together from runs that are mostly short: where there is room on
+// both sides 16 bytes are copied, whatever the run's length, without a call.
+class RunWriter {
+ public:
+  static constexpr size_t kStep = 16;
+
+  explicit RunWriter(size_t expected) : text_(expected + kStep, '\0') {}
+
+  // Appends `count` of the `readable` bytes at `run`.
+  void Append(const char* run, size_t count, size_t readable) {
+    const size_t needed = size_ + count + kStep;
+    if (needed > text_.size()) text_.resize(std::max(needed, 2 * size_));
+    char* end = text_.data() + size_;
+    if (count <= kStep && readable >= kStep) {
+      memcpy(end, run, kStep);
+    } else {
+      memcpy(end, run, count);
+    }
+    size_ += count;
+  }
+
+  std::string Take() {
+    text_.resize(size_);
+    return std::move(text_);
+  }
+
+ private:
+  std::string text_;
+  size_t size_ = 0;
+};
 
 }  // namespace
 
@@ -139,30 +185,52 @@ std::string Trim(const std::string& s, const std::string& set) {
 int32_t StrPos(const std::string& s, uint32_t start,
                const std::string& pattern) {
   if (pattern.empty()) return -1;
-  const size_t position = s.find(pattern, start);
+  const size_t position = ForwardSearch(s, start, pattern).Next(start);
   return position == std::string::npos ? -1 : static_cast<int32_t>(position);
 }
 
 int32_t StrRPos(const std::string& s, uint32_t start,
                 const std::string& pattern) {
-  if (pattern.empty()) return -1;
-  const size_t position = s.rfind(pattern, start);
-  return position == std::string::npos ? -1 : static_cast<int32_t>(position);
+  if (pattern.empty() || pattern.size() > s.size()) return -1;
+  const SearchPattern wanted(pattern);
+  const char* text = s.data();
+  // The candidates are those before `end`.
+  size_t end = std::min(size_t{start}, s.size() - pattern.size()) + 1;
+  for (; end >= SearchPattern::kWindow; end -= SearchPattern::kWindow) {
+    const char* window = text + end - SearchPattern::kWindow;
+    for (uint64_t bits = wanted.Window(window); bits != 0;) {
+      const int highest = 63 - __builtin_clzll(bits);
+      bits ^= uint64_t{1} << highest;
+      if (wanted.StandsAt(window + highest)) {
+        return static_cast<int32_t>(window + highest - text);
+      }
+    }
+  }
+  while (end-- > 0) {
+    if (wanted.StandsAt(text + end)) return static_cast<int32_t>(end);
+  }
+  return -1;
 }
 
 std::string StrReplace(const std::string& s, const std::string& from,
                        const std::string& to) {
   if (from.empty()) return s;
-  std::string result;
+  ForwardSearch search(s, 0, from);
+  size_t position = search.Next(0);
+  if (position == std::string::npos) return {s.c_str(), TextLength(s)};
+  RunWriter result(s.size());
+  std::string padded = to;
+  padded.resize(std::max(to.size(), RunWriter::kStep));
   size_t read = 0;
-  for (;;) {
-    const size_t position = s.find(from, read);
-    if (position == std::string::npos) break;
-    result.append(s, read, position - read);
-    result.append(to);
+  while (position != std::string::npos) {
+    result.Append(s.data() + read, position - read, s.size() - read);
+    result.Append(padded.data(), to.size(), padded.size());
     read = position + from.size();
+    position = search.Next(read);
   }
-  return result.append(s.c_str() + read);
+  const char* rest = s.c_str() + read;
+  result.Append(rest, strlen(rest), s.size() - read);
+  return result.Take();
 }
 
 std::list<std::string> StrSplit(const std::string& s, const std::string& seps) {
@@ -179,25 +247,9 @@ std::list<std::string> StrSplit(const std::string& s, const std::string& seps) {
   return pieces;
 }
 
-std::string LowerCase(const std::string& s) {
-  std::string result = s;
-  const size_t length = TextLength(s);
-  for (size_t i = 0; i < length; ++i) {
-    const char c = result[i];
-    result[i] = c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c;
-  }
-  return result;
-}
+std::string LowerCase(const std::string& s) { return WithoutCase(s, 'A', 'Z'); }
 
-std::string UpperCase(const std::string& s) {
-  std::string result = s;
-  const size_t length = TextLength(s);
-  for (size_t i = 0; i < length; ++i) {
-    const char c = result[i];
-    result[i] = c >= 'a' && c <= 'z' ? static_cast<char>(c - ('a' - 'A')) : c;
-  }
-  return result;
-}
+std::string UpperCase(const std::string& s) { return WithoutCase(s, 'a', 'z'); }
 
 int32_t strCaseInsensitiveCompare(const char* left, const char* right) {
   return strcasecmp(TextOrEmpty(left), TextOrEmpty(right));
