@@ -136,6 +136,18 @@ TEST(Guard, LetsThreadExitAndCancellationPass) {
   EXPECT_EQ(result, nullptr);
 }
 
+TEST(Guard, AFailureIsLoggedThoughItsThreadIsToBeCancelled) {
+  ASSERT_TRUE(GetQuorlLogger()->SetLogFile("/dev/null", true));
+  std::thread([] {
+    pthread_cancel(pthread_self());
+    kTest.Guard([] { kTest.Raise(42, "cancelled"); });
+    int state = -1;
+    pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &state);
+    EXPECT_EQ(state, PTHREAD_CANCEL_ENABLE);
+    EXPECT_EQ(Recorded().code, 42);
+  }).join();
+}
+
 TEST(StoredFailure, IsThrownAgainAndLoggedAgain) {
   support::Log();
   kTest.Guard([] { kTest.Raise(42, "twice"); });

@@ -6,6 +6,8 @@
 #ifndef VELLIX_EXCEPTIONS_REPORT_H_
 #define VELLIX_EXCEPTIONS_REPORT_H_
 
+#include <pthread.h>
+
 #include <exception>
 #include <type_traits>
 
@@ -20,6 +22,20 @@ namespace QuorlBased {
 inline void LetUnwindingPass() {
   if (!std::current_exception()) throw;
 }
+
+// Keeps the calling thread from being cancelled while it lives.
+class CancellationHold {
+ public:
+  CancellationHold() {
+    pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &previous_);
+  }
+  CancellationHold(const CancellationHold&) = delete;
+  CancellationHold& operator=(const CancellationHold&) = delete;
+  ~CancellationHold() { pthread_setcancelstate(previous_, nullptr); }
+
+ private:
+  int previous_ = PTHREAD_CANCEL_ENABLE;
+};
 
 // A module of the toolkit, by the name that its failures carry as their file.
 class FailureSource {
@@ -48,6 +64,9 @@ class FailureSource {
     try {
       return body();
     } catch (CBaseException& e) {
+      // The log's write may be cancelled. That unwinding would meet the write's
+      // own guard while `e` is still caught, which ends the process.
+      const CancellationHold hold;
       GetQuorlException()->Copy(&e);
     } catch (const std::exception& e) {
       GetQuorlException()->SetException(kStandardException, e.what(), line,

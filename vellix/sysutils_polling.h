@@ -3,7 +3,6 @@
 #ifndef VELLIX_SYSUTILS_POLLING_H_
 #define VELLIX_SYSUTILS_POLLING_H_
 
-#include <pthread.h>
 #include <unistd.h>
 
 #include <cstdint>
@@ -33,20 +32,6 @@ bool PollUntil(uint32_t timeout, Ended ended) {
   }
   return false;
 }
-
-// Keeps the calling thread from being cancelled while it lives.
-class CancellationHold {
- public:
-  CancellationHold() {
-    pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &previous_);
-  }
-  CancellationHold(const CancellationHold&) = delete;
-  CancellationHold& operator=(const CancellationHold&) = delete;
-  ~CancellationHold() { pthread_setcancelstate(previous_, nullptr); }
-
- private:
-  int previous_ = PTHREAD_CANCEL_ENABLE;
-};
 
 }  // namespace QuorlBased
 
