@@ -58,7 +58,7 @@ __attribute__((noinline)) IQuorlException* FindOrMakeRecord() {
 // The line that the log gets for a failure in a thread's record.
 void WriteExceptionRecord(const IQuorlException& failure) {
   QuorlBased::IQuorlLogger* logger = GetQuorlLogger();
-  if (!logger->IsExpLogEnabled()) return;
+  if (!logger->IsExpLogEnabled() || !logger->GetLogStream()) return;
   unsigned int writer = 0;
   if (logger->IsLogging(&writer) && writer == QuorlBased::CurrentThreadId()) {
     return;
