@@ -40,7 +40,8 @@ class IQuorlLogger {
   // The file stays open for the rest of the process's life. False when a target
   // is set already, for a null path, and when the file cannot be opened; the
   // thread's exception object then holds the reason and a target can still be
-  // set. Success leaves that object empty.
+  // set. Success leaves that object empty, unless what is continued cannot
+  // seek, as a pipe.
   virtual bool SetLogFile(const char* path, bool append) = 0;
 
   // The name given to SetLogFile; null without one. Valid as long as the
