@@ -50,6 +50,23 @@ need_test_tools() {
     dpkg-shlibdeps=dpkg-dev file perl lnav lognormalizer=liblognorm-utils
 }
 
+# need_bench_tools: what the benchmarks call. Peers are measured if they are
+# there.
+need_bench_tools() {
+  need g++ cmake ninja=ninja-build pkg-config python3 strace valgrind \
+    /usr/include/benchmark/benchmark.h=libbenchmark-dev
+}
+
+# need_peers: what the benchmarks compare with.
+need_peers() {
+  need /usr/include/absl/strings/escaping.h=libabsl-dev \
+    /usr/include/boost/version.hpp=libboost-dev \
+    /usr/include/event2/buffer.h=libevent-dev \
+    /usr/include/glib-2.0/glib.h=libglib2.0-dev \
+    /usr/include/openssl/evp.h=libssl-dev \
+    /usr/include/spdlog/spdlog.h=libspdlog-dev
+}
+
 # build <preset> [target...]
 build() {
   local preset=$1
