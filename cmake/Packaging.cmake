@@ -42,6 +42,7 @@ vellix_package(documentation libvellix-doc doc
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME libvellix)
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "")  # each package begins with its own
 set(CPACK_PACKAGE_VENDOR "The vellix authors")
 set(CPACK_PACKAGE_CONTACT ${VELLIX_MAINTAINER})
 set(CPACK_PACKAGING_INSTALL_PREFIX ${CMAKE_INSTALL_PREFIX})
