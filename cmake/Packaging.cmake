@@ -38,7 +38,9 @@ find them: streams, files, paths, threads, processes and text functions that
 report their failures to the thread's record.")
 vellix_package(documentation libvellix-doc doc
     "failure records and one log for a process - documentation"
-    "The guides and the reference of the library and its toolkit.")
+    "The guides of the library and its toolkit, with recipes for hosts, the rules
+of the binary interface, the programs that read the log, and the reference of
+the public headers.")
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME libvellix)
