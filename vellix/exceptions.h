@@ -140,7 +140,7 @@ std::string GetLastQuorlExpAsText();
 // without its directories), an integer (the line) and a text (the message), in
 // this order: FormatQuorlExp(e, "%s:%d: %s"). At most 255 bytes; what is longer
 // is cut. Throws what extract_file_name throws. Any thread.
-std::string FormatQuorlExp(const CBaseException& e, std::string format);
+std::string FormatQuorlExp(const CBaseException& e, const std::string& format);
 
 }  // namespace QuorlBased
 

@@ -22,10 +22,10 @@ std::string GetLastQuorlExpAsText() {
   return text;
 }
 
-std::string FormatQuorlExp(const CBaseException& e, std::string format) {
+std::string FormatQuorlExp(const CBaseException& e, const std::string& format) {
   int line = 0;
   const std::string file = extract_file_name(e.GetExceptionSource(&line));
-  return Format(std::move(format), file.c_str(), line, e.GetMsg());
+  return Format(format, file.c_str(), line, e.GetMsg());
 }
 
 }  // namespace QuorlBased

@@ -53,7 +53,8 @@ class Library {
       error_.clear();
       return true;
     }
-    Close();
+    dlclose(handle_);
+    handle_ = nullptr;
     return false;
   }
 

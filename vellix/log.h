@@ -17,6 +17,7 @@
 #include <cstdarg>
 #include <cstddef>
 #include <cstdio>
+#include <exception>
 #include <memory>
 #include <sstream>
 #include <string>
@@ -65,7 +66,7 @@ class LogLine {
 
   template <typename Value>
   LogLine&& operator<<(const Value& value) && {
-    if (out_) *out_ << value;
+    if (buffer_) buffer_->out << value;
     return std::move(*this);
   }
 
@@ -73,16 +74,20 @@ class LogLine {
   friend class Log;
   inline LogLine(const Log& log, QuorlBased::LogLevel level);
 
+  struct Buffer {
+    std::ostringstream out;
+    int exceptions = std::uncaught_exceptions();  // in flight at the beginning
+  };
+
   // Apart, as is Log::WriteLine, so that of a line whose level is off nothing
   // is left but the test.
-  __attribute__((noinline, returns_nonnull)) static std::ostringstream*
-  Begin() {
-    return new std::ostringstream;
+  __attribute__((noinline, returns_nonnull)) static Buffer* Begin() {
+    return new Buffer;
   }
 
   const Log& log_;
   const QuorlBased::LogLevel level_;
-  std::ostringstream* const out_;  // null when the level is off
+  Buffer* const buffer_;  // null when the level is off
 };
 
 // One per module: carries the source name of its records and a threshold.
@@ -182,11 +187,12 @@ class Log {
     }
   }
 
-  // Takes over `line`.
+  // Takes over `line`. A line whose statement throws is dropped.
   __attribute__((noinline)) void WriteLine(QuorlBased::LogLevel level,
-                                           std::ostringstream* line) const {
-    const std::unique_ptr<std::ostringstream> owner(line);
-    WriteRecord(level, line->str().c_str(), Text::kTerminated, nullptr, 0);
+                                           LogLine::Buffer* line) const {
+    const std::unique_ptr<LogLine::Buffer> owner(line);
+    if (std::uncaught_exceptions() > line->exceptions) return;
+    WriteRecord(level, line->out.str().c_str(), Text::kTerminated, nullptr, 0);
   }
 
   __attribute__((noinline)) void WriteFormatted(QuorlBased::LogLevel level,
@@ -223,10 +229,10 @@ class Log {
 };
 
 inline LogLine::LogLine(const Log& log, QuorlBased::LogLevel level)
-    : log_(log), level_(level), out_(log.IsOn(level) ? Begin() : nullptr) {}
+    : log_(log), level_(level), buffer_(log.IsOn(level) ? Begin() : nullptr) {}
 
 inline LogLine::~LogLine() noexcept(false) {
-  if (out_) log_.WriteLine(level_, out_);
+  if (buffer_) log_.WriteLine(level_, buffer_);
 }
 
 }  // namespace vellix

@@ -78,6 +78,7 @@ CQuorlLogger::CQuorlLogger() = default;
 
 CQuorlLogger::~CQuorlLogger() {
   // The host's own static destructors may still log when this one has run.
+  torn_down_.store(true);
   log_enabled_.store(false);
   exp_log_enabled_.store(false);
   stream_.store(nullptr);
@@ -85,7 +86,7 @@ CQuorlLogger::~CQuorlLogger() {
 }
 
 bool CQuorlLogger::SetLogFile(const char* path, bool append) {
-  if (GetLogStream()) return false;
+  if (GetLogStream() || torn_down_.load()) return false;
   if (!path) return false;
   // Whatever fails, the host goes on without a log; file_open has recorded why.
   try {
@@ -109,7 +110,7 @@ const char* CQuorlLogger::GetLogFile() {
 }
 
 bool CQuorlLogger::SetLogStream(IQuorlStream* stream) {
-  if (GetLogStream() || !stream) return false;
+  if (GetLogStream() || torn_down_.load() || !stream) return false;
   stream_.store(stream, std::memory_order_release);
   return true;
 }

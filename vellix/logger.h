@@ -157,6 +157,7 @@ class CQuorlLogger final : public IQuorlLogger {
   // leak checker of the host still finds it.
   IQuorlStream* log_file_stream_ = nullptr;
   std::atomic<IQuorlStream*> stream_{nullptr};
+  std::atomic<bool> torn_down_{false};
   std::atomic<bool> log_enabled_{true};
   std::atomic<bool> exp_log_enabled_{true};
   std::atomic<bool> logging_{false};

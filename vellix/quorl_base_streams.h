@@ -13,6 +13,8 @@
 #include <cstdint>
 #include <string>
 
+#include "vellix/exceptions.h"
+
 namespace QuorlBased {
 
 // What the offset of a seek counts from. The values are those of lseek(2).
