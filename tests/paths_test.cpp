@@ -13,6 +13,7 @@ TEST(Paths, TextIsTakenApartAndPutTogether) {
                            {".profile", ".profile", ".bak", ".profile/"},
                            {"d.d/a", "", "d.d/a.bak", "d.d/a/"},
                            {"d.d\\", "", "d.d\\.bak", "d.d/"},
+                           {"a/\\", "", "a/\\.bak", "a//"},
                            {"", "", ".bak", "/"}};
   for (const auto& [path, extension, with_bak, closed] : rows) {
     EXPECT_EQ(extract_file_ext(path), extension);

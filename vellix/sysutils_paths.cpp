@@ -113,8 +113,11 @@ std::string change_file_ext(const std::string& path,
 
 std::string include_path_backslash(const char* path) {
   std::string closed = path;
-  if (!closed.empty() && closed.back() == '\\') closed.pop_back();
-  if (closed.empty() || closed.back() != '/') closed += '/';
+  if (!closed.empty() && closed.back() == '\\') {
+    closed.back() = '/';
+  } else if (closed.empty() || closed.back() != '/') {
+    closed += '/';
+  }
   return closed;
 }
 
