@@ -1,3 +1,5 @@
+#include <unistd.h>
+
 #include <atomic>
 #include <cstdlib>
 #include <deque>
@@ -37,6 +39,15 @@ struct Thread : CQuorlBasedThread {
   ~Thread() override { IsSuspended() || Wait(kWaitForever); }
   uint32_t ThreadBody() override { return body(); }
   const std::function<uint32_t()> body;
+};
+
+// Takes Suspend as its sign to end; its destructor leaves the wait to the base.
+struct Loop : CQuorlBasedThread {
+  uint32_t ThreadBody() override {
+    for (began = true; !IsSuspended();) usleep(1000);
+    return 0;
+  }
+  static inline std::atomic<bool> began;
 };
 
 // What a failure is logged to while it is being recorded.
@@ -95,6 +106,13 @@ TEST(Threads, GateHoldsAndWaitCountsSleeps) {
   }
   EXPECT_TRUE(thread.IsSuspended());
   // Destroyed at the gate.
+}
+
+TEST(Threads, DestructorLeavesTheSuspensionThatABodyWaitsFor) {
+  Loop loop;
+  loop.Resume();
+  while (!Loop::began) usleep(1000);
+  loop.Suspend();
 }
 
 TEST(Threads, EveryThreadIsJoinedInWhateverState) {

@@ -41,8 +41,9 @@ CQuorlBasedThread::CQuorlBasedThread() {
 }
 
 CQuorlBasedThread::~CQuorlBasedThread() {
-  abandoned_.store(true, std::memory_order_relaxed);
-  Resume();
+  // Opens the gate. Not by Resume: a body that takes IsSuspended as its sign to
+  // end must still see it.
+  abandoned_.store(true, std::memory_order_release);
   // Ended or not: a thread that nobody joins keeps its stack for ever. And not
   // to be cancelled here, for the thread would outlive its object.
   const CancellationHold hold;
@@ -81,10 +82,11 @@ pthread_t CQuorlBasedThread::GetThreadHandle() { return handle_; }
 void* CQuorlBasedThread::ThreadProc(void* object) {
   auto& thread = *static_cast<CQuorlBasedThread*>(object);
   Ending ending(thread);
-  while (thread.IsSuspended()) PollPause();
-  if (!thread.abandoned_.load(std::memory_order_relaxed)) {
-    ending.SetExitCode(thread.RunBody());
-  }
+  const auto abandoned = [&thread] {
+    return thread.abandoned_.load(std::memory_order_acquire);
+  };
+  while (thread.IsSuspended() && !abandoned()) PollPause();
+  if (!abandoned()) ending.SetExitCode(thread.RunBody());
   return nullptr;
 }
 

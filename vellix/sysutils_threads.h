@@ -23,6 +23,7 @@
 #include <cstdint>
 
 #include "vellix/exceptions.h"
+#include "vellix/sysutils_locks.h"
 
 namespace QuorlBased {
 
