@@ -22,6 +22,8 @@
 #include <mutex>
 #include <string>
 
+#include "vellix/sysutils_locks.h"
+
 namespace QuorlBased {
 
 // A child process, one at a time.
