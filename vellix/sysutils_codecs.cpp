@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <string_view>
 #include <utility>
 
 #include "vellix/res_keeper.h"
@@ -118,38 +119,86 @@ constexpr std::array<Pair, 256> MakeHexPairs() {
 }
 constexpr auto kHexPairs = MakeHexPairs();
 
-// Writes the two digits of each byte, `step` characters apart.
-void EncodePairs(const unsigned char* from, size_t bytes, char* to,
-                 size_t step) {
-  if (step == 2) {  // a loop that compilers can turn into one over vectors
-    for (size_t i = 0; i < bytes; ++i) {
-      to[2 * i] = UpperDigit(from[i] >> 4);
-      to[2 * i + 1] = UpperDigit(from[i] & 15);
-    }
-    return;
-  }
-  for (; bytes >= 4; bytes -= 4, from += 4, to += 4 * step) {
-    memcpy(to, &kHexPairs[from[0]], 2);
-    memcpy(to + step, &kHexPairs[from[1]], 2);
-    memcpy(to + 2 * step, &kHexPairs[from[2]], 2);
-    memcpy(to + 3 * step, &kHexPairs[from[3]], 2);
-  }
-  for (; bytes > 0; --bytes, ++from, to += step) {
-    memcpy(to, &kHexPairs[*from], 2);
+// Two digits as a number, the first one its low byte.
+inline uint64_t PairAsNumber(unsigned char byte) {
+  uint16_t pair = 0;
+  memcpy(&pair, &kHexPairs[byte], sizeof(pair));
+  return le16toh(pair);
+}
+
+// Writes the two digits of each byte, without a separator: a loop that
+// compilers turn into one over vectors.
+void EncodeDense(const unsigned char* from, size_t size, char* to) {
+  for (size_t i = 0; i < size; ++i) {
+    to[2 * i] = UpperDigit(from[i] >> 4);
+    to[2 * i + 1] = UpperDigit(from[i] & 15);
   }
 }
 
-// Puts the separator behind the room for the digits of each byte.
-void FillSeparators(const char* separator, size_t step, char* to,
-                    size_t bytes) {
-  if (step == 2 || bytes == 0) return;
-  memset(to, '0', 2);
-  memcpy(to + 2, separator, step - 2);
-  const size_t end = bytes * step;
-  for (size_t filled = step; filled < end; filled *= 2) {
-    memcpy(to + filled, to, std::min(filled, end - filled));
+// With one character behind each byte's digits: two bytes make 6 characters,
+// stored at once. May write up to 5 characters behind the result.
+void EncodeSpaced(const unsigned char* from, size_t size, char* to,
+                  char separator) {
+  const auto character = static_cast<unsigned char>(separator);
+  const uint64_t separators = uint64_t{character} << 16 | uint64_t{character}
+                                                              << 40;
+  for (; size >= 2; size -= 2, from += 2, to += 6) {
+    const uint64_t text = htole64(separators | PairAsNumber(from[0]) |
+                                  PairAsNumber(from[1]) << 24);
+    memcpy(to, &text, sizeof(text));
+  }
+  if (size > 0) {
+    const uint64_t text = htole64(separators | PairAsNumber(*from));
+    memcpy(to, &text, sizeof(text));
   }
 }
+
+// With what stands already behind each byte's digits, `step` characters apart.
+void EncodeInto(const unsigned char* from, size_t size, char* to, size_t step) {
+  for (size_t i = 0; i < size; ++i, to += step) {
+    memcpy(to, &kHexPairs[from[i]], 2);
+  }
+}
+
+// The text of bytes with a separator behind each, put together in pieces.
+class HexChunk {
+ public:
+  HexChunk(const char* separator, size_t length)
+      : step_(2 + length), separator_(*separator) {
+    if (length <= 1) return;
+    memset(text_, '0', 2);
+    memcpy(text_ + 2, separator, length);
+    const size_t end = Capacity() * step_;
+    for (size_t filled = step_; filled < end; filled *= 2) {
+      memcpy(text_ + filled, text_, std::min(filled, end - filled));
+    }
+  }
+
+  // How many bytes it takes at once.
+  size_t Capacity() const { return kSize / step_; }
+
+  // The text of the next `size` bytes at `from`.
+  std::string_view Encode(const unsigned char* from, size_t size) {
+    switch (step_) {
+      case 2:
+        EncodeDense(from, size, text_);
+        break;
+      case 3:
+        EncodeSpaced(from, size, text_, separator_);
+        break;
+      default:
+        EncodeInto(from, size, text_, step_);
+    }
+    return {text_, size * step_};
+  }
+
+ private:
+  static constexpr size_t kSize = 1024;
+
+  const size_t step_;
+  const char separator_;
+  char text_[kSize + 8];
+};
 
 }  // namespace
 
@@ -262,18 +311,14 @@ std::string BinaryToHexString(void* data, uint32_t size,
   if (!data) kSysutils.Raise(kNullPointer, "Bad pointer");
   // What Format("%02X%s") makes of each byte, at most 255 characters. A call
   // of it for each is a hundred times as slow.
-  const size_t tail = strnlen(separator.c_str(), 253);
-  const size_t step = 2 + tail;
-  char chunk[1024];
-  const size_t chunk_bytes = std::min(sizeof(chunk) / step, size_t{size});
-  FillSeparators(separator.data(), step, chunk, chunk_bytes);
+  const size_t length = strnlen(separator.c_str(), 253);
+  HexChunk chunk(separator.data(), length);
   const auto* from = static_cast<const unsigned char*>(data);
   std::string text;
-  text.reserve(size * step);
+  text.reserve(size * (2 + length));
   for (size_t left = size; left > 0;) {
-    const size_t bytes = std::min(chunk_bytes, left);
-    EncodePairs(from, bytes, chunk, step);
-    text.append(chunk, bytes * step);
+    const size_t bytes = std::min(chunk.Capacity(), left);
+    text.append(chunk.Encode(from, bytes));
     from += bytes;
     left -= bytes;
   }

@@ -3,7 +3,7 @@
 #include <strings.h>
 
 #include <algorithm>
-#include <charconv>
+#include <array>
 #include <cstdio>
 #include <cstring>
 
@@ -37,6 +37,17 @@ class ByteSet {
  private:
   uint64_t bits_[4] = {};
 };
+
+// "00" to "99".
+constexpr std::array<std::array<char, 2>, 100> MakePairs() {
+  std::array<std::array<char, 2>, 100> pairs{};
+  for (unsigned i = 0; i < pairs.size(); ++i) {
+    pairs[i] = {static_cast<char>('0' + i / 10),
+                static_cast<char>('0' + i % 10)};
+  }
+  return pairs;
+}
+constexpr auto kPairs = MakePairs();
 
 const char* TextOrEmpty(const char* text) { return text ? text : ""; }
 
@@ -113,9 +124,24 @@ class RunWriter {
 }  // namespace
 
 std::string IntToStr(int32_t value) {
-  char digits[11];  // "-2147483648"
-  const auto result = std::to_chars(digits, digits + sizeof(digits), value);
-  return std::string(digits, result.ptr);
+  char digits[12];
+  char* const end = digits + sizeof(digits);
+  char* begin = end;
+  // Two digits at a time, from the last ones on.
+  uint32_t left = value < 0 ? 0U - static_cast<uint32_t>(value)
+                            : static_cast<uint32_t>(value);
+  for (; left >= 100; left /= 100) {
+    begin -= 2;
+    memcpy(begin, &kPairs[left % 100], 2);
+  }
+  if (left >= 10) {
+    begin -= 2;
+    memcpy(begin, &kPairs[left], 2);
+  } else {
+    *--begin = static_cast<char>('0' + left);
+  }
+  if (value < 0) *--begin = '-';
+  return {begin, static_cast<size_t>(end - begin)};
 }
 
 int32_t StrToInt(const std::string& s) {
