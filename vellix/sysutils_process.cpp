@@ -67,6 +67,12 @@ void AwaitStop(pid_t child) {
   }
 }
 
+// Not to be cancelled: the launcher would outlive its object.
+void Join(pthread_t launcher) {
+  const CancellationHold hold;
+  pthread_join(launcher, nullptr);
+}
+
 }  // namespace
 
 CQuorlBasedProcess::CQuorlBasedProcess(const std::string& commandLine)
@@ -132,16 +138,22 @@ int32_t CQuorlBasedProcess::Resume() {
 
 bool CQuorlBasedProcess::Terminate(uint32_t code) {
   RequireRun();
+  std::optional<pthread_t> launcher;
   {
-    // One lock over both: an exit status that comes in between would replace
-    // the code of a child that can no longer be killed.
+    // One lock over all: an exit status that comes in between would replace
+    // the code of a child that can no longer be killed, and the next run has
+    // another launcher.
     const std::lock_guard<std::mutex> lock(child_mutex_);
     exit_code_.store(code, std::memory_order_relaxed);
     if (Signal(SIGKILL) != 0) return false;
+    launcher = TakeLauncher();
   }
-  JoinLauncher();
-  // Another thread that terminates may have taken the join.
-  while (IsRunning()) PollPause();
+  if (launcher) {
+    Join(*launcher);
+  } else {
+    // Another thread that terminates has taken the join.
+    while (IsRunning()) PollPause();
+  }
   exit_code_.store(code, std::memory_order_relaxed);
   return true;
 }
@@ -221,13 +233,14 @@ bool CQuorlBasedProcess::Collect(int32_t child) {
   return true;
 }
 
-// Once for each launcher, and not to be cancelled: the launcher would outlive
-// its object.
+// The launcher, once, if there is one to be joined.
+std::optional<pthread_t> CQuorlBasedProcess::TakeLauncher() {
+  if (!unjoined_.exchange(false, std::memory_order_acq_rel)) return {};
+  return launcher_;
+}
+
 void CQuorlBasedProcess::JoinLauncher() {
-  const CancellationHold hold;
-  if (unjoined_.exchange(false, std::memory_order_acq_rel)) {
-    pthread_join(launcher_, nullptr);
-  }
+  if (const auto launcher = TakeLauncher()) Join(*launcher);
 }
 
 }  // namespace QuorlBased

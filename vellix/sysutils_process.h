@@ -20,6 +20,7 @@
 #include <atomic>
 #include <cstdint>
 #include <mutex>
+#include <optional>
 #include <string>
 
 #include "vellix/sysutils_locks.h"
@@ -95,6 +96,7 @@ class CQuorlBasedProcess {
   int32_t Signal(int signal);
   void Publish(int32_t child);
   bool Collect(int32_t child);
+  std::optional<pthread_t> TakeLauncher();
   void JoinLauncher();
 
   bool wait_when_destruct_ = true;
