@@ -74,7 +74,7 @@ std::unique_ptr<CFileStream> OpenLogFile(const std::string& path, bool append) {
 
 }  // namespace
 
-CQuorlLogger::CQuorlLogger() = default;
+CQuorlLogger::CQuorlLogger() : mutex_() {}
 
 CQuorlLogger::~CQuorlLogger() {
   // The host's own static destructors may still log when this one has run.

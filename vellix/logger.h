@@ -162,7 +162,11 @@ class CQuorlLogger final : public IQuorlLogger {
   std::atomic<bool> exp_log_enabled_{true};
   std::atomic<bool> logging_{false};
   std::atomic<uint32_t> logging_thread_{0};
-  CXMutex mutex_;
+  // In a union since it is never destroyed, and holds nothing that would leak:
+  // threads of a process that ends may still be waiting for it.
+  union {
+    CXMutex mutex_;
+  };
   TimeText time_;
 };
 
