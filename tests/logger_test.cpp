@@ -1,15 +1,10 @@
 #include "vellix/logger.h"
 
-#include <fcntl.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
-#include <map>
-#include <regex>
-#include <sstream>
 #include <stdexcept>
 #include <thread>
 
@@ -263,8 +258,7 @@ TEST(Target, MayFailThrowLogOrReleaseTheRecord) {
   };
   for (const Row& row : rows) {
     // Each row needs a process of its own: a target is set once.
-    const pid_t child = fork();
-    if (child == 0) {
+    const int status = support::InChild([&row] {
       Mischief target(row.act);
       GetQuorlLogger()->SetLogStream(&target);
       bool thrown = false;
@@ -280,48 +274,9 @@ TEST(Target, MayFailThrowLogOrReleaseTheRecord) {
       const auto records = target.Records();
       EXPECT_EQ(records.size(), row.records) << row.name;
       EXPECT_EQ(Field(records.back(), "MG"), "last") << row.name;
-      _exit(::testing::Test::HasFailure());
-    }
-    int status = -1;
-    waitpid(child, &status, 0);
+    });
     EXPECT_EQ(status, 0) << row.name;
   }
-}
-
-TEST(Target, AFullDeviceLosesTheRecordAndNothingElse) {
-  CHandleStream full(open("/dev/full", O_WRONLY));
-  IQuorlLogger* logger = GetQuorlLogger();
-  logger->SetLogStream(&full);
-  GetQuorlException()->Clear();
-  errno = EINTR;
-  LogText(LogInfo, "", "");
-  EXPECT_EQ(errno, EINTR);
-  EXPECT_EQ(Recorded().msg, support::ErrnoMessage("file_write error", ENOSPC));
-  EXPECT_FALSE(logger->IsLogging(nullptr));
-}
-
-TEST(Threads, RecordsStayWholeAndInOrderPerThread) {
-  constexpr int kThreads = 8, kRecords = 2000;
-  support::Log();
-  std::vector<std::thread> threads;
-  for (int t = 0; t < kThreads; ++t) {
-    threads.emplace_back([t] {
-      const std::string from = std::to_string(t);
-      for (int i = 0; i < kRecords; ++i) {
-        LogText(LogInfo, from.c_str(), std::to_string(i).c_str());
-      }
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
-  std::map<std::string, int> next;
-  const std::regex form(
-      "\\[TM=.{24}\\] \\[TH=\\d+\\] \\[LV=INFO \\] \\[FR=\\d+\\] "
-      "\\[MG=\\d+\\] \\[BN=NULL\\]\r\n");
-  for (const std::string& record : support::Log().Records()) {
-    ASSERT_TRUE(std::regex_match(record, form)) << record;
-    ASSERT_EQ(std::stoi(Field(record, "MG")), next[Field(record, "FR")]++);
-  }
-  EXPECT_EQ(next.size(), static_cast<size_t>(kThreads));
 }
 
 TEST(Threads, EveryFailureHasItsLineBesideABusyLogger) {
@@ -340,37 +295,6 @@ TEST(Threads, EveryFailureHasItsLineBesideABusyLogger) {
                             return Field(record, "MG") == "counted";
                           }),
             kFailures);
-}
-
-TEST(Fork, AChildLogsUnderItsOwnIdWhileOthersLog) {
-  const TempDir dir;
-  ASSERT_TRUE(GetQuorlLogger()->SetLogFile((dir / "log").c_str(), false));
-  std::atomic<bool> done{false};
-  std::thread busy([&done] {
-    while (!done) LogText(LogDebug, "busy", "");
-  });
-  for (int i = 0; i < 50; ++i) {
-    LogText(LogInfo, "parent", "");
-    const pid_t child = fork();
-    if (child == 0) {
-      alarm(60);
-      LogText(LogInfo, "child", std::to_string(getpid()).c_str());
-      _exit(0);
-    }
-    int status = -1;
-    waitpid(child, &status, 0);
-    ASSERT_EQ(status, 0);
-  }
-  done = true;
-  busy.join();
-  std::istringstream log(support::ReadFile(dir / "log"));
-  int children = 0;
-  for (std::string line; std::getline(log, line);) {
-    if (Field(line, "FR") != "child") continue;
-    ++children;
-    EXPECT_EQ(Field(line, "TH"), Field(line, "MG"));
-  }
-  EXPECT_GT(children, 0);
 }
 
 }  // namespace

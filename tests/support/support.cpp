@@ -1,7 +1,14 @@
 #include "support/support.h"
 
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -25,6 +32,22 @@ Failure FieldsOf(const IQuorlException& e) {
   failure.file = e.GetExceptionSource(&failure.line);
   return failure;
 }
+
+// With VELLIX_TIMER in the environment each test runs under a signal of 1 kHz
+// that interrupts system calls.
+[[maybe_unused]] const bool timer_runs = [] {
+  if (!getenv("VELLIX_TIMER")) return false;
+  struct sigaction action = {};
+  action.sa_handler = [](int) {};
+  sigaction(SIGUSR2, &action, nullptr);
+  sigevent event = {};
+  event.sigev_notify = SIGEV_SIGNAL;
+  event.sigev_signo = SIGUSR2;
+  timer_t timer = {};
+  timer_create(CLOCK_MONOTONIC, &event, &timer);
+  const itimerspec each = {{0, 1000000}, {0, 1000000}};
+  return timer_settime(timer, 0, &each, nullptr) == 0;
+}();
 
 }  // namespace
 
@@ -76,6 +99,18 @@ int OpenDescriptors() {
     ++count;
   }
   return count;
+}
+
+int InChild(const std::function<void()>& body) {
+  fflush(nullptr);
+  const pid_t child = fork();
+  if (child == 0) {
+    body();
+    _exit(testing::Test::HasFailure());
+  }
+  int status = -1;
+  while (waitpid(child, &status, 0) == -1 && errno == EINTR) continue;
+  return status;
 }
 
 int32_t RecordingStream::Write(const void* buffer, uint32_t count) {

@@ -70,6 +70,10 @@ void WriteFile(const std::string& path, const std::string& text);
 // Open descriptors of this process.
 int OpenDescriptors();
 
+// Runs `body` in a process of its own and gives how that ended: 0 when it has
+// neither failed an expectation nor died.
+int InChild(const std::function<void()>& body);
+
 // A log target that keeps each Write. What a test overrides is public.
 class RecordingStream : public QuorlBased::IQuorlStream {
  public:
