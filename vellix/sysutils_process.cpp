@@ -60,8 +60,9 @@ class Program {
 void AwaitStop(pid_t child) {
   for (;;) {
     siginfo_t state = {};
-    const int error = waitid(P_PID, static_cast<id_t>(child), &state,
-                             WSTOPPED | WEXITED | WNOWAIT | WNOHANG);
+    const int error =
+        waitid(P_PID, static_cast<id_t>(child), &state,
+               WSTOPPED | WCONTINUED | WEXITED | WNOWAIT | WNOHANG);
     if (error != 0 || state.si_pid != 0) return;
     PollPause();
   }
