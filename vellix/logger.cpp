@@ -63,7 +63,11 @@ class WriteMark {
 };
 
 std::unique_ptr<CFileStream> OpenLogFile(const std::string& path, bool append) {
-  if (file_exists(path.c_str()) && append) {
+  // A file that is there but could not be looked at is not made anew: that
+  // would empty it.
+  const bool there =
+      file_exists(path.c_str()) || (errno != ENOENT && errno != ENOTDIR);
+  if (there && append) {
     auto stream = std::make_unique<CFileStream>(path, kLogMode);
     stream->Seek(0, SeekEnd);
     return stream;
