@@ -1,6 +1,5 @@
 #include "vellix/exceptions.h"
 
-#include <cerrno>
 #include <cstring>
 #include <functional>
 #include <utility>
@@ -71,18 +70,17 @@ void CBaseException::Copy(IQuorlException* src) {
 
 namespace QuorlBased {
 
-void FailureSource::Raise(int code, const char* msg, int line) const {
-  throw CBaseException(code, msg, line, name_);
-}
-
-void FailureSource::RaiseErrno(int code, const char* prefix, int line) const {
-  const int error = errno;
-  std::string message = prefix;
+CBaseException FailureSource::SystemFailure(int error, int code,
+                                            const char* prefix,
+                                            int line) const {
+  std::string message;
+  message.reserve(128);  // one block for nearly all
+  message += prefix;
   message += ": errno: ";
   message += IntToStr(error);
   message += ' ';
   message += strerror(error);
-  throw CBaseException(code, message.c_str(), line, name_);
+  return CBaseException(code, message.c_str(), line, name_);
 }
 
 void RaiseStoredFailure() {
