@@ -25,7 +25,7 @@ TEST(Strings, NumbersAreWrittenAndRead) {
 }
 
 TEST(Strings, FormatIsCutAt255Characters) {
-  for (const size_t length : {254, 255, 256, 300}) {
+  for (const unsigned length : {254U, 255U, 256U, 300U}) {
     const string text(length, 'x');
     EXPECT_EQ(Format("%s", text.c_str()), text.substr(0, 255));
   }

@@ -137,10 +137,10 @@ class ForwardSearch {
       if (bits_ != 0) return true;
     }
     if (position_ < end_ && end_ >= SearchPattern::kWindow) {
-      // The last window reaches back over positions that are done with.
+      // The last window reaches back over positions that are done with: they
+      // lie before `from`, or the pattern does not stand there.
       window_ = end_ - SearchPattern::kWindow;
-      const size_t done = position_ - window_;
-      bits_ = pattern_.Window(text_ + window_) >> done << done;
+      bits_ = pattern_.Window(text_ + window_);
       position_ = end_;
       return true;
     }
