@@ -116,7 +116,6 @@ WRAP1(dirent*, readdir, nullptr, DIR*)
 WRAP3(int, setenv, -1, const char*, const char*, int)
 WRAP3(ssize_t, getrandom, -1, void*, size_t, unsigned)
 WRAP1(long, sysconf, -1, int)
-WRAP(int, fork, -1, (), ())
 WRAP2(int, kill, -1, pid_t, int)
 using Mutex = pthread_mutex_t*;
 using Attributes = pthread_mutexattr_t*;
@@ -151,6 +150,14 @@ WRAP3(ssize_t, readlink, -1, const char*, char*, size_t)
 extern "C" ssize_t __wrap___readlink_chk(const char* path, char* out,
                                          size_t size, size_t) {
   return __wrap_readlink(path, out, size);
+}
+
+// What a child does is its own affair.
+extern "C" pid_t __real_fork();
+extern "C" pid_t __wrap_fork() {
+  const pid_t child = Strikes("fork") ? -1 : __real_fork();
+  if (child == 0) support::Fault::EndAll();
+  return child;
 }
 
 // These take effect although they fail, as the system's do.
