@@ -6,16 +6,6 @@
 namespace bench {
 namespace {
 
-// Two digits for each byte, a colon between them if there is a separator.
-auto Dump(char separator) {
-  return [separator](std::string& text, std::string& out) {
-    out.resize(3 * text.size() + 1);
-    size_t length = 0;
-    OPENSSL_buf2hexstr_ex(out.data(), out.size(), &length, Bytes(text),
-                          text.size(), separator);
-  };
-}
-
 const Registration kAll([] {
   AddCodec("codecs/base64-encode", "openssl", Plain,
            [](std::string& text, std::string& out) {
@@ -29,8 +19,18 @@ const Registration kAll([] {
              EVP_DecodeBlock(Bytes(out), Bytes(text),
                              static_cast<int>(text.size()));
            });
-  AddCodec("codecs/hex-encode", "openssl", Plain, Dump('\0'));
-  AddCodec("codecs/hex-dump", "openssl", Plain, Dump(':'));
+  AddCodec("codecs/hex-encode", "openssl", Plain,
+           [](std::string& text, std::string& out) {
+             out.resize(2 * text.size() + 1);
+             size_t length = 0;
+             OPENSSL_buf2hexstr_ex(out.data(), out.size(), &length, Bytes(text),
+                                   text.size(), '\0');
+           });
+  AddCodec(
+      "codecs/hex-dump", "openssl", Plain, [](std::string& text, std::string&) {
+        OPENSSL_free(
+            OPENSSL_buf2hexstr(Bytes(text), static_cast<long>(text.size())));
+      });
   AddCodec("codecs/hex-decode", "openssl", HexOf,
            [](std::string& text, std::string& out) {
              out.resize(text.size() / 2);

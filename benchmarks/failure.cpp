@@ -36,18 +36,14 @@ pthread_key_t MakeKey(void* value) {
 void AddReach() {
   static Plain kept;
   static const pthread_key_t key = MakeKey(&kept);
-  bench_floor_set(&kept);
+  bench_floor_make();
   AddLoop("failure/get", "getspecific",
           [] { return pthread_getspecific(key); });
   AddLoop("failure/get", "exported", bench_floor_get);
   AddLoop("failure/get", "vellix", GetQuorlException);
   AddLoop("failure/clear", "getspecific",
           [] { return pthread_getspecific(key); });
-  AddLoop("failure/clear", "exported", [] {
-    auto* failure = static_cast<Plain*>(bench_floor_get());
-    failure->code = 0;
-    failure->message.clear();
-  });
+  AddLoop("failure/clear", "exported", [] { bench_floor_get()->Clear(); });
   AddLoop("failure/clear", "vellix", [] { GetQuorlException()->Clear(); });
 }
 

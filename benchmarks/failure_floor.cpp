@@ -2,12 +2,26 @@
 
 #include <pthread.h>
 
-static const pthread_key_t kKey = [] {
+namespace {
+
+const pthread_key_t kKey = [] {
   pthread_key_t key = 0;
   pthread_key_create(&key, nullptr);
   return key;
 }();
 
-void* bench_floor_get() { return pthread_getspecific(kKey); }
+class OwnRecord : public bench::Record {
+ public:
+  void Clear() override {
+    code_ = 0;
+    message_.clear();
+  }
+};
 
-void bench_floor_set(void* value) { pthread_setspecific(kKey, value); }
+}  // namespace
+
+bench::Record* bench_floor_get() {
+  return static_cast<bench::Record*>(pthread_getspecific(kKey));
+}
+
+void bench_floor_make() { pthread_setspecific(kKey, new OwnRecord); }

@@ -1,16 +1,28 @@
-// The floor of what reaches a thread's record from another module.
+// The floor of what reaches a thread's record from another module: the same
+// way, with nothing in it that is not needed.
 #ifndef VELLIX_BENCHMARKS_FAILURE_FLOOR_H_
 #define VELLIX_BENCHMARKS_FAILURE_FLOOR_H_
 
-extern "C" {
+#include <string>
 
-// One pthread_getspecific, behind one exported function: what it keeps for the
-// calling thread.
-void* bench_floor_get();
+namespace bench {
 
-// Keeps `value` for the calling thread.
-void bench_floor_set(void* value);
+class Record {
+ public:
+  virtual void Clear() = 0;
 
-}  // extern "C"
+ protected:
+  int code_ = 0;
+  std::string message_;
+};
+
+}  // namespace bench
+
+// The calling thread's record, by one pthread_getspecific behind one exported
+// function. Null before bench_floor_make.
+extern "C" bench::Record* bench_floor_get();
+
+// Makes the calling thread's record.
+extern "C" void bench_floor_make();
 
 #endif  // VELLIX_BENCHMARKS_FAILURE_FLOOR_H_

@@ -62,7 +62,12 @@ struct Portion {
   const size_t size = Opaque(kPortion);
 };
 
+// Success clears the thread's record, so this is part of what a portion costs.
+void ClearRecord() { GetQuorlException()->Clear(); }
+void LeaveRecord() {}
+
 // The floor: copies into a block that a bare realloc lengthens.
+template <void (*kEnd)()>
 void GrowBlock(const Portion& portion, size_t total) {
   constexpr size_t kStep = 8192;
   char* block = nullptr;
@@ -73,14 +78,19 @@ void GrowBlock(const Portion& portion, size_t total) {
       block = static_cast<char*>(realloc(block, capacity));
     }
     memcpy(block + at, portion.bytes.data(), portion.size);
+    kEnd();
   }
   benchmark::DoNotOptimize(block);
   free(block);
 }
 
 void AddWrites(const std::string& job, size_t total) {
-  AddLoop(job, "realloc",
-          [portion = Portion(), total] { GrowBlock(portion, total); });
+  AddLoop(job, "realloc", [portion = Portion(), total] {
+    GrowBlock<LeaveRecord>(portion, total);
+  });
+  AddLoop(job, "realloc+clear", [portion = Portion(), total] {
+    GrowBlock<ClearRecord>(portion, total);
+  });
   AddLoop(job, "string", [portion = Portion(), total] {
     std::string out;
     for (size_t at = 0; at < total; at += portion.size) {
@@ -105,15 +115,22 @@ void AddWrites(const std::string& job, size_t total) {
   });
 }
 
-void AddReads() {
-  constexpr char kJob[] = "streams/read-1MiB";
-  AddLoop(kJob, "memcpy", [portion = Portion(), from = RandomBytes(kMegabyte)] {
+template <void (*kEnd)()>
+void AddBlockReads(const std::string& job, const std::string& by) {
+  AddLoop(job, by, [portion = Portion(), from = RandomBytes(kMegabyte)] {
     char out[kPortion];
     for (size_t at = 0; at < kMegabyte; at += portion.size) {
       memcpy(out, from.data() + at, portion.size);
       benchmark::DoNotOptimize(out);
+      kEnd();
     }
   });
+}
+
+void AddReads() {
+  constexpr char kJob[] = "streams/read-1MiB";
+  AddBlockReads<LeaveRecord>(kJob, "memcpy");
+  AddBlockReads<ClearRecord>(kJob, "memcpy+clear");
   AddLoop(kJob, "stringstream",
           [portion = Portion(), bytes = RandomBytes(kMegabyte)] {
             static std::stringstream from(bytes);
