@@ -37,19 +37,16 @@ static void on_thread_exit(void* value) {
 }  // extern "C"
 
 // The ways that few calls take stand apart from those that every call takes.
-__attribute__((noinline)) IQuorlException* FindOrMakeRecord() {
+__attribute__((noinline)) IQuorlException* MakeRecord() {
+  auto* record = new CQuorlException;
   // Read before the flag: a key of 0 after teardown implies a cleared flag.
   const pthread_key_t key =
       TLSKeyKeeper::sTLSIndex.load(std::memory_order_acquire);
-  const bool running = sRunning.load(std::memory_order_relaxed);
-  if (running) {
-    void* record = pthread_getspecific(key);
-    if (record) return static_cast<CQuorlException*>(record);
-  }
-  auto* record = new CQuorlException;
+  const bool owned = sRunning.load(std::memory_order_relaxed) &&
+                     pthread_setspecific(key, record) == 0;
   // After teardown a static destructor of the host may still ask: its record
   // has no slot and goes with the process.
-  if (!running || pthread_setspecific(key, record) == 0) {
+  if (owned || !sRunning.load(std::memory_order_relaxed)) {
     sThread.record = record;
   }
   return record;
@@ -99,7 +96,7 @@ void CQuorlException::Copy(IQuorlException* src) {
 
 IQuorlException* GetQuorlException() {
   CQuorlException* record = sThread.record;
-  return record ? record : FindOrMakeRecord();
+  return record ? record : MakeRecord();
 }
 
 void ReleaseQuorlException() {

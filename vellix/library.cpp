@@ -1,5 +1,7 @@
 #include <pthread.h>
 
+#include <new>
+
 #include "vellix/exceptions.h"
 #include "vellix/library_internal.h"
 #include "vellix/logger.h"
@@ -15,11 +17,21 @@ const TLSKeyKeeper sKeyKeeper;
 
 namespace QuorlBased {
 
-static CQuorlLogger gQuorlLogger;
+// Never destroyed, only switched off: threads and static destructors of the
+// host may still call it while the process ends.
+alignas(CQuorlLogger) static unsigned char sLoggerRoom[sizeof(CQuorlLogger)];
+static CQuorlLogger& gQuorlLogger = *new (sLoggerRoom) CQuorlLogger;
 
 }  // namespace QuorlBased
 
 namespace {
+
+const struct LoggerTeardown {
+  LoggerTeardown() = default;
+  LoggerTeardown(const LoggerTeardown&) = delete;
+  LoggerTeardown& operator=(const LoggerTeardown&) = delete;
+  ~LoggerTeardown() { QuorlBased::gQuorlLogger.TearDown(); }
+} sLoggerTeardown;
 
 // Only the forking thread lives on in a child, while another one may have held
 // the logger's lock. Nothing is locked in the parent.

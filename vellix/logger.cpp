@@ -78,15 +78,16 @@ std::unique_ptr<CFileStream> OpenLogFile(const std::string& path, bool append) {
 
 }  // namespace
 
-CQuorlLogger::CQuorlLogger() : mutex_() {}
+CQuorlLogger::CQuorlLogger() = default;
 
-CQuorlLogger::~CQuorlLogger() {
-  // The host's own static destructors may still log when this one has run.
+CQuorlLogger::~CQuorlLogger() = default;
+
+void CQuorlLogger::TearDown() {
   torn_down_.store(true);
   log_enabled_.store(false);
   exp_log_enabled_.store(false);
   stream_.store(nullptr);
-  log_file_.clear();
+  std::string().swap(log_file_);
 }
 
 bool CQuorlLogger::SetLogFile(const char* path, bool append) {

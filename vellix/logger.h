@@ -94,7 +94,7 @@ class CQuorlLogger final : public IQuorlLogger {
   CQuorlLogger(const CQuorlLogger&) = delete;
   CQuorlLogger& operator=(const CQuorlLogger&) = delete;
 
-  // Leaves the target alone. A Log that comes later is silent.
+  // Leaves the target alone.
   ~CQuorlLogger();
 
   bool SetLogFile(const char* path, bool append) override;
@@ -116,6 +116,10 @@ class CQuorlLogger final : public IQuorlLogger {
   // blank for each. May throw std::bad_alloc.
   static void ConvertToHexString(const unsigned char* data, unsigned int size,
                                  std::string& out);
+
+  // Forgets the target, which is left alone, for good: a Log that comes later
+  // is silent. For the library's teardown alone.
+  void TearDown();
 
   // Makes the logger usable in a forked child, whose other threads are gone
   // and may have held the lock. For the fork handler alone.
@@ -153,8 +157,8 @@ class CQuorlLogger final : public IQuorlLogger {
                    const unsigned char* data, unsigned int size);
 
   std::string log_file_;
-  // Freed by nobody. Kept beyond the destructor, which forgets the target: a
-  // leak checker of the host still finds it.
+  // Freed by nobody. Kept beyond the teardown, which forgets the target: a leak
+  // checker of the host still finds it.
   IQuorlStream* log_file_stream_ = nullptr;
   std::atomic<IQuorlStream*> stream_{nullptr};
   std::atomic<bool> torn_down_{false};
@@ -162,11 +166,7 @@ class CQuorlLogger final : public IQuorlLogger {
   std::atomic<bool> exp_log_enabled_{true};
   std::atomic<bool> logging_{false};
   std::atomic<uint32_t> logging_thread_{0};
-  // In a union since it is never destroyed, and holds nothing that would leak:
-  // threads of a process that ends may still be waiting for it.
-  union {
-    CXMutex mutex_;
-  };
+  CXMutex mutex_;
   TimeText time_;
 };
 
