@@ -1,0 +1,259 @@
+// The fuzzers: each runs functions of the library on what it is given and
+// compares with a model. Which one is built is VELLIX_FUZZ_TARGET.
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <deque>
+#include <utility>
+
+#include "fuzz/models.h"
+#include "vellix/logger.h"
+#include "vellix/sysutils.h"
+
+using namespace QuorlBased;
+
+namespace {
+
+// Ends the run: the fuzzer then keeps its input.
+#define REQUIRE(condition) \
+  ((condition) ? void()    \
+               : (fprintf(stderr, "not so: %s\n", #condition), abort()))
+
+class Input {
+ public:
+  Input(const uint8_t* data, size_t size) : next_(data), end_(data + size) {}
+  bool Empty() const { return next_ == end_; }
+  uint8_t Byte() { return Empty() ? uint8_t{0} : *next_++; }
+  std::string Text(size_t most = 255) {
+    const size_t length =
+        std::min<size_t>(std::min<size_t>(Byte(), most), size_t(end_ - next_));
+    next_ += length;
+    return {next_ - length, next_};
+  }
+  std::string Rest() { return {std::exchange(next_, end_), end_}; }
+
+ private:
+  const uint8_t* next_;
+  const uint8_t* end_;
+};
+
+[[maybe_unused]] void Base64(Input in) {
+  std::string bytes = in.Rest(), text, back;
+  auto* data = reinterpret_cast<unsigned char*>(bytes.data());
+  const auto size = int32_t(bytes.size());
+  base64_encode(data, size, text);
+  REQUIRE(text == models::Encode(bytes));
+  base64_decode(reinterpret_cast<unsigned char*>(text.data()),
+                int32_t(text.size()), back);
+  REQUIRE(back == bytes);
+  base64_decode(data, size, text);
+  REQUIRE(text == models::Decode(bytes));
+}
+
+[[maybe_unused]] void Hex(Input in) {
+  const std::string seps = in.Text(8);
+  std::string hex = in.Rest(), out = "before", dump;
+  REQUIRE(HexToBin(out, hex.c_str(), seps) == out.size());
+  REQUIRE(out == models::HexBytes(hex, seps));
+  for (const char c : out) {
+    char pair[3];
+    snprintf(pair, sizeof pair, "%02X", unsigned{uint8_t(c)});
+    dump += pair + models::UpToNul(seps);
+  }
+  REQUIRE(BinaryToHexString(out.data(), uint32_t(out.size()), seps) == dump);
+  const bool odd = strlen(hex.c_str()) % 2;
+  const std::string bytes = odd ? out : models::HexBytes(hex, "");
+  REQUIRE(hex2bin(hex, out) == (odd ? 0 : bytes.size()));
+  REQUIRE(out == bytes);
+}
+
+[[maybe_unused]] void CommandLine(Input in) {
+  const std::string line = in.Rest();
+  std::list<std::string> arguments = {"before"};
+  const int32_t count = parse_cmd_line(line, arguments);
+  REQUIRE(arguments == models::Arguments(models::UpToNul(line)));
+  REQUIRE(size_t(count) == arguments.size());
+}
+
+[[maybe_unused]] void Mask(Input in) {
+  const std::string mask = models::UpToNul(in.Text());
+  const std::string text = models::UpToNul(in.Rest());
+  REQUIRE(StrMatch(text.c_str(), mask.c_str()) == models::Matches(text, mask));
+}
+
+[[maybe_unused]] void NameValue(Input in) {
+  const std::string separator = in.Text(8), text = in.Rest();
+  std::string name = "n", value = "v";
+  const int32_t at = models::Find(text, 0, separator, 1);
+  REQUIRE(GetNameValue(text, separator, name, value) == (at > 0));
+  REQUIRE(at > 0 ? name + separator + value == text && name.size() == size_t(at)
+                 : name == "n" && value == "v");
+}
+
+[[maybe_unused]] void Text(Input in) {
+  const uint32_t at = in.Byte(), count = in.Byte();
+  const std::string a = in.Text(8), b = in.Text(8), s = in.Rest();
+  REQUIRE(StrReplace(s, a, b) == models::Replace(s, a, b));
+  REQUIRE(StrSplit(s, a) == models::Split(s, a));
+  REQUIRE(StrPos(s, at, a) == models::Find(s, at, a, 1));
+  REQUIRE(StrRPos(s, at, a) ==
+          models::Find(s, std::min<int64_t>(at, int64_t(s.size()) - 1), a, -1));
+  REQUIRE(TrimLeft(s, a) == models::Trim(s, a, true, false));
+  REQUIRE(TrimRight(s, a) == models::Trim(s, a, false, true));
+  REQUIRE(Trim(s, a) == models::Trim(s, a, true, true));
+  const std::string tail = at < s.size() ? s.substr(at) : "";
+  REQUIRE(SubStr(s, at, count) == models::UpToNul(tail.substr(0, count)));
+  const bool cut = s.size() > count;
+  const std::string left = s.substr(0, count);
+  const std::string right = cut ? s.substr(s.size() - count) : s;
+  REQUIRE(LeftStr(s, count) == (cut ? models::UpToNul(left) : s));
+  REQUIRE(RightStr(s, count) == (cut ? models::UpToNul(right) : s));
+}
+
+[[maybe_unused]] void Path(Input in) {
+  const std::string sub = models::UpToNul(in.Text());
+  const std::string path = models::UpToNul(in.Text());
+  const size_t dot = path.rfind('.'), slash = path.find_last_of("/\\");
+  const bool has = dot != path.npos && (slash == path.npos || slash < dot);
+  const std::string ext = has ? path.substr(dot) : "";
+  REQUIRE(extract_file_ext(path) == ext);
+  REQUIRE(change_file_ext(path, sub) ==
+          path.substr(0, path.size() - ext.size()) + sub);
+  std::string joined = path;
+  if (!path.empty() && path.back() == '\\') joined.pop_back(), joined += '/';
+  if (joined.empty() || joined.back() != '/') joined += '/';
+  REQUIRE(include_path_backslash(path.c_str()) == joined);
+  std::string connected = path;
+  REQUIRE(path_connect(connected, sub.c_str(), false) == joined + sub);
+  const std::string none = "/nonexistent/" + path;
+  const std::string expanded = models::Expand(none);
+  REQUIRE(expand_path(none.c_str()) == expanded);
+  REQUIRE(extract_file_path(none) + extract_file_name(none) == expanded);
+}
+
+[[maybe_unused]] void Stream(Input in) {
+  CMemoryStream stream;
+  std::string bytes;
+  int64_t at = 0;
+  while (!in.Empty()) {
+    const uint8_t choice = in.Byte();
+    const int64_t number = int64_t{in.Byte()} * (choice & 128 ? 97 : 1);
+    const auto size = int64_t(bytes.size());
+    if (choice % 4 == 0) {
+      const std::string text =
+          std::string(size_t(number) * 2, 'x') + in.Text(9);
+      const bool good = at >= 0 && at + int64_t(text.size()) > 0;
+      REQUIRE(stream.Write(text.data(), uint32_t(text.size())) ==
+              (good ? int32_t(text.size()) : -1));
+      if (!good) continue;
+      bytes.resize(std::max(bytes.size(), size_t(at) + text.size()));
+      bytes.replace(size_t(at), text.size(), text);
+      at += int64_t(text.size());
+    } else if (choice % 4 == 1) {
+      std::string text(size_t(number), '\0');
+      const int32_t got = stream.Read(text.data(), uint32_t(number));
+      REQUIRE(got == (at < 0 ? -1 : std::min(number, size - at)));
+      if (got <= 0) continue;
+      REQUIRE(text.substr(0, size_t(got)) ==
+              bytes.substr(size_t(at), size_t(got)));
+      at += got;
+    } else if (choice % 4 == 2) {
+      const int origin = choice / 4 % 3;
+      const int64_t base = origin == 0 ? 0 : origin == 1 ? at : size;
+      const int64_t offset = choice & 64 ? -number : number;
+      const bool good = base + offset <= size;
+      REQUIRE(stream.Seek(offset, SeekOrigin(origin)) ==
+              (good ? base + offset : -1));
+      if (good) at = base + offset;
+    } else {
+      REQUIRE(stream.SetSize(number));
+      bytes.resize(size_t(number));
+      // What a growth adds is not initialised.
+      if (number > size) {
+        memset(static_cast<char*>(stream.GetMemory()) + size, 0,
+               size_t(number - size));
+      }
+      at = std::min(at, number);
+    }
+    REQUIRE(stream.GetPosition() == at);
+    // The position -1 is the failure value of a Seek, too.
+    REQUIRE(at == -1 || stream.GetSize() == int64_t(bytes.size()));
+    REQUIRE(stream.GetCapacity() >= int64_t(bytes.size()));
+    REQUIRE(memcmp(stream.GetMemory() ? stream.GetMemory() : "", bytes.data(),
+                   bytes.size()) == 0);
+  }
+}
+
+[[maybe_unused]] void Buffer(Input in) {
+  CDataBuffer2 buffer(in.Byte() & 1);
+  std::deque<char> bytes;
+  while (!in.Empty()) {
+    const uint8_t choice = in.Byte();
+    const std::string text = choice % 4 < 2 ? in.Text() : "";
+    if (choice % 4 == 0) {
+      buffer.Push(text.data(), text.size());
+      bytes.insert(bytes.end(), text.begin(), text.end());
+    } else if (choice % 4 == 1) {
+      buffer.PushFront(text.data(), text.size());
+      bytes.insert(bytes.begin(), text.begin(), text.end());
+    } else {
+      const size_t count = in.Byte();
+      const auto end =
+          bytes.begin() + std::ptrdiff_t(std::min(count, bytes.size()));
+      const std::string expected(bytes.begin(), end);
+      std::string taken(count, '\0');
+      const bool drop = choice % 4 == 3;
+      taken.resize(buffer.Pop(drop ? nullptr : taken.data(), count));
+      REQUIRE(drop ? taken.size() == expected.size() : taken == expected);
+      bytes.erase(bytes.begin(), end);
+    }
+    if (choice == 255) buffer.Clear(), bytes.clear();
+    REQUIRE(buffer.GetDataSize() == bytes.size());
+  }
+}
+
+// From the line back to the fields, as the documents tell a reader.
+[[maybe_unused]] void LogLine(Input in) {
+  static CMemoryStream& target = *new CMemoryStream;
+  static CQuorlLogger& logger = *new CQuorlLogger;
+  logger.SetLogStream(&target);
+  target.Clear();
+  const std::string data = in.Text(), from = in.Text(), msg = in.Rest();
+  logger.Log(LogWarn, from.c_str(), msg.c_str(),
+             reinterpret_cast<const unsigned char*>(data.data()),
+             unsigned(data.size()));
+  const std::string line(static_cast<char*>(target.GetMemory()),
+                         size_t(target.GetSize()));
+  REQUIRE(line.find_first_of("\r\n") == line.size() - 2);
+  REQUIRE(line.compare(0, 4, "[TM=") == 0 &&
+          line.compare(28, 6, "] [TH=") == 0);
+  const std::string open = "] [LV=WARN ] [FR=", middle = "] [MG=",
+                    dump = "] [BN=";
+  const size_t first = line.find(open) + open.size();
+  const size_t second = line.find(middle, first), third = line.rfind(dump);
+  const std::string said =
+      models::OneLine(from) + middle + models::OneLine(msg);
+  REQUIRE(line.substr(first, third - first) == said);
+  // A `from` may hold what ends it; nothing else may shift a field.
+  if (models::UpToNul(from).find(middle) == from.npos &&
+      (models::OneLine(from) + "] [MG").find(middle) == from.npos) {
+    REQUIRE(line.substr(first, second - first) == models::OneLine(from));
+  }
+  std::string shown = data.empty() ? "NULL" : "";
+  for (const char c : data) {
+    char pair[4];
+    snprintf(pair, sizeof pair, "%02X ", unsigned{uint8_t(c)});
+    shown += pair;
+  }
+  REQUIRE(line.substr(third + dump.size()) == shown + "]\r\n");
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  // Without an exception log a failure of a call costs no record.
+  GetQuorlLogger()->EnableExpLog(false);
+  VELLIX_FUZZ_TARGET(Input(data, size));
+  return 0;
+}
