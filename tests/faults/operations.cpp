@@ -254,7 +254,9 @@ Outcome OutcomeOf(const Operation& operation) {
     support::Fault::EndAll();
   } catch (const CBaseException& e) {
     support::Fault::EndAll();
-    outcome = {Outcome::kThrew, {e.GetCode(), e.GetMsg(), "", 0}};
+    outcome.how = Outcome::kThrew;
+    outcome.failure = {e.GetCode(), e.GetMsg(), "", 0};
+    outcome.failure.file = e.GetExceptionSource(&outcome.failure.line);
   } catch (const std::bad_alloc&) {
     support::Fault::EndAll();
     outcome.how = Outcome::kNoMemory;
@@ -375,8 +377,9 @@ TEST(Faults, EveryErrorOfEverySystemCall) {
           message.pop_back();
           message = support::ErrnoMessage(message, error);
         }
-        EXPECT_EQ(outcome.failure.msg, message);
-        EXPECT_EQ(outcome.failure.code, operation.code);
+        EXPECT_FAILURE(
+            outcome.failure, operation.code, message,
+            message[0] == 'S' ? "../quorl_base_streams" : "../sysutils");
         EXPECT_EQ(support::Log().Records().size(), records + logged);
       }
     }
