@@ -117,7 +117,7 @@ def instructions(directory, medians):
     """The instructions of each benchmark that runs on one thread and is over
     in a moment."""
     wanted = [n for n, ns in medians.items()
-              if ns < 5e7 and not re.search(r"threads:|99\.9%", n.job)]
+              if ns < 2e7 and not re.search(r"threads:|99\.9%", n.job)]
 
     def one(name):
         repeats = max(1, min(MANY, int(5e6 / medians[name])))

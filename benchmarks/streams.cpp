@@ -88,7 +88,7 @@ void AddWrites(const std::string& job, size_t total) {
   AddLoop(job, "realloc", [portion = Portion(), total] {
     GrowBlock<LeaveRecord>(portion, total);
   });
-  AddLoop(job, "realloc+clear", [portion = Portion(), total] {
+  AddLoop(job, "realloc-clear", [portion = Portion(), total] {
     GrowBlock<ClearRecord>(portion, total);
   });
   AddLoop(job, "string", [portion = Portion(), total] {
@@ -130,7 +130,7 @@ void AddBlockReads(const std::string& job, const std::string& by) {
 void AddReads() {
   constexpr char kJob[] = "streams/read-1MiB";
   AddBlockReads<LeaveRecord>(kJob, "memcpy");
-  AddBlockReads<ClearRecord>(kJob, "memcpy+clear");
+  AddBlockReads<ClearRecord>(kJob, "memcpy-clear");
   AddLoop(kJob, "stringstream",
           [portion = Portion(), bytes = RandomBytes(kMegabyte)] {
             static std::stringstream from(bytes);
