@@ -1,5 +1,8 @@
 #include <pthread.h>
 
+#include <charconv>
+#include <iterator>
+
 #include "vellix/exceptions.h"
 #include "vellix/library_internal.h"
 #include "vellix/logger.h"
@@ -22,7 +25,7 @@ std::atomic<bool> sRunning{false};
 // memory is out.
 struct ThreadState {
   CQuorlException* record;
-  uint32_t id;
+  QuorlBased::ThreadId id;
 };
 __attribute__((tls_model("initial-exec"))) thread_local ThreadState sThread;
 
@@ -52,12 +55,21 @@ __attribute__((noinline)) IQuorlException* MakeRecord() {
   return record;
 }
 
+__attribute__((noinline)) void AskThreadId(QuorlBased::ThreadId& id) {
+  id.number = QuorlBased::PlatformThreadId();
+  const char* end = std::to_chars(id.digits, std::end(id.digits),
+                                  static_cast<int32_t>(id.number))
+                        .ptr;
+  id.length = static_cast<uint32_t>(end - id.digits);
+}
+
 // The line that the log gets for a failure in a thread's record.
 void WriteExceptionRecord(const IQuorlException& failure) {
   QuorlBased::IQuorlLogger* logger = GetQuorlLogger();
   if (!logger->IsExpLogEnabled() || !logger->GetLogStream()) return;
   unsigned int writer = 0;
-  if (logger->IsLogging(&writer) && writer == QuorlBased::CurrentThreadId()) {
+  if (logger->IsLogging(&writer) &&
+      writer == QuorlBased::CurrentThreadId().number) {
     return;
   }
   int line = 0;
@@ -111,11 +123,12 @@ void ReleaseQuorlException() {
 
 namespace QuorlBased {
 
-uint32_t CurrentThreadId() {
-  if (sThread.id == 0) sThread.id = PlatformThreadId();
-  return sThread.id;
+const ThreadId& CurrentThreadId() {
+  ThreadId& id = sThread.id;
+  if (id.number == 0) AskThreadId(id);
+  return id;
 }
 
-void ForgetThreadId() { sThread.id = 0; }
+void ForgetThreadId() { sThread.id.number = 0; }
 
 }  // namespace QuorlBased

@@ -158,11 +158,11 @@ __attribute__((noinline)) void CQuorlLogger::WriteRecord(
   IQuorlStream* target = GetLogStream();
   if (!target) return;  // the library was torn down meanwhile
   const ErrnoKeeper errno_keeper;
-  const uint32_t thread_id = CurrentThreadId();
+  const ThreadId& thread_id = CurrentThreadId();
   LogRecord record({thread_id, level, from, msg, data, size});
   const MutexHold hold(mutex_);
   record.SetTime(time_.For(time(nullptr)));
-  const WriteMark mark(logging_, logging_thread_, thread_id);
+  const WriteMark mark(logging_, logging_thread_, thread_id.number);
   target->Write(record.Text(), record.Size());
 }
 

@@ -6,13 +6,13 @@
 #define VELLIX_LOGGER_RECORD_H_
 
 #include <algorithm>
-#include <charconv>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <memory>
 #include <string_view>
 
+#include "vellix/library_internal.h"
 #include "vellix/logger.h"
 
 namespace QuorlBased {
@@ -73,7 +73,7 @@ char* DumpBytes(const unsigned char* data, size_t size, char* out);
 
 // What a record tells.
 struct LogFields {
-  uint32_t thread_id;
+  const ThreadId& thread_id;
   LogLevel level;
   const char* from;
   const char* msg;
@@ -117,10 +117,9 @@ class LogRecord {
   static constexpr std::string_view kNull = "NULL";
   static constexpr std::string_view kEnd = "]\r\n";
   static constexpr size_t kTimeLength = 24;
-  static constexpr size_t kMaxIdLength = 11;
   static constexpr size_t kLevelLength = 5;
   static constexpr size_t kFixedLength =
-      kTime.size() + kTimeLength + kThread.size() + kMaxIdLength +
+      kTime.size() + kTimeLength + kThread.size() + ThreadId::kMaxDigits +
       kLevel.size() + kLevelLength + kFrom.size() + kMessage.size() +
       kData.size() + kEnd.size();
   static constexpr unsigned int kMaxData = 1024;
@@ -141,8 +140,8 @@ class LogRecord {
                size_t dumped) {
     char* out = Append(text_, kTime) + kTimeLength;
     out = Append(out, kThread);
-    const auto id = static_cast<int32_t>(fields.thread_id);
-    out = std::to_chars(out, out + kMaxIdLength, id).ptr;
+    memcpy(out, fields.thread_id.digits, ThreadId::kMaxDigits);
+    out += fields.thread_id.length;
     out = Append(out, kLevel);
     out = Append(out, {loglevel_text[fields.level], kLevelLength});
     out = Append(out, kFrom);
