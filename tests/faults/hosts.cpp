@@ -142,7 +142,7 @@ TEST(Hosts, GoOnWhenTheLogTakesNothing) {
   const auto open_disk = [&] {
     mkdir(disk.c_str(), 0700);
     unshare(CLONE_NEWNS);
-    mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr);
+    mount("", "/", "", MS_REC | MS_PRIVATE, "");
     mount("none", disk.c_str(), "tmpfs", 0, "size=8k");
     return open(file.c_str(), O_RDWR | O_CREAT, 0600);
   };

@@ -46,7 +46,7 @@ CBaseException failure(kAny, words.c_str(), 1, words.c_str());
 const auto* bytes = reinterpret_cast<const unsigned char*>(big.data());
 auto* digits = const_cast<unsigned char*>(bytes);
 CMemoryStream source, dest;
-const bool filled = source.SetSize(70000);
+const int32_t filled = source.Write(big.data(), 70000);
 find_data* const search = find_first(dir.Path().c_str(), "*");
 std::string out, path;
 std::list<std::string> list;
