@@ -166,8 +166,11 @@ inline std::string Expand(const std::string& path) {
       expanded += "/" + part;
     }
   }
-  if (expanded.empty() || path.back() == '/') expanded += '/';
-  return expanded;
+  if (expanded.empty()) return "/";
+  if (path.back() != '/') return expanded;
+  // A closing slash comes back, and in the place of a backslash.
+  if (expanded.back() == '\\') expanded.pop_back();
+  return expanded + '/';
 }
 
 inline std::string OneLine(const std::string& s) {
