@@ -388,4 +388,14 @@ TEST(Faults, EveryErrorOfEverySystemCall) {
   EXPECT_GT(cases, 250);
 }
 
+TEST(Faults, ShortTransfersAreSuccessesThatACopyFinishes) {
+  for (const char* call : {"read", "write"}) {
+    CFileStream from(file, kOpenRead), to(spare, kCreateFile);
+    const support::Fault fault(call, support::Fault::kShort, 1, true);
+    EXPECT_EQ(to.CopyFrom(&from, 300), 300) << call;
+    EXPECT_EQ(fault.Struck(), 300) << call;
+  }
+  EXPECT_EQ(support::ReadFile(spare), big.substr(0, 300));
+}
+
 }  // namespace
