@@ -65,13 +65,13 @@ const Registration kAll([] {
     QuorlBased::parse_cmd_line(line, arguments);
     return arguments;
   });
-  constexpr const char* kPath = "/usr/share/../lib/./x86_64-linux-gnu";
-  AddLoop("parsers/expand-path", "realpath", [kPath]() -> std::string {
+  static constexpr const char* kPath = "/usr/share/../lib/./x86_64-linux-gnu";
+  AddLoop("parsers/expand-path", "realpath", []() -> std::string {
     char resolved[PATH_MAX];
     return realpath(kPath, resolved) ? resolved : "";
   });
   AddLoop("parsers/expand-path", "vellix",
-          [kPath] { return QuorlBased::expand_path(kPath); });
+          [] { return QuorlBased::expand_path(kPath); });
 });
 
 }  // namespace

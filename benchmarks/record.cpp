@@ -166,7 +166,7 @@ void AddGrowth() {
     AddRecord<Write>(job, "disk", {std::string(length, 'm')});
     AddRecord<Vellix>(job, "disk", {std::string(length, 'm')});
   }
-  for (const size_t length : {0, 64, 128, 256, 512, 768, 1024}) {
+  for (size_t length = 0; length <= 1024; length += 128) {
     const std::string job = "record/data:" + std::to_string(length);
     const Load load = {kMessage, RandomBytes(length)};
     AddRecord<Write>(job, "disk", load);
