@@ -2,11 +2,15 @@
 #ifndef VELLIX_TESTS_FAULTS_FAULTS_H_
 #define VELLIX_TESTS_FAULTS_FAULTS_H_
 
-#include <cstdlib>
-#include <functional>
+#include <fcntl.h>
+
+#include <csignal>
 #include <random>
 #include <thread>
-#include <vector>
+
+#include "support/inject.h"
+#include "support/support.h"
+#include "vellix/sysutils.h"
 
 // The environment variable `name`, or what the suite can afford.
 inline int Times(const char* name, int usual) {
@@ -16,7 +20,7 @@ inline int Times(const char* name, int usual) {
 
 inline int Random(int limit) {
   static std::mt19937 generator(std::random_device{}());
-  return static_cast<int>(generator() % static_cast<unsigned>(limit));
+  return int(generator() % unsigned(limit));
 }
 
 inline std::vector<std::thread> Start(int count,
@@ -28,6 +32,13 @@ inline std::vector<std::thread> Start(int count,
 
 inline void Join(std::vector<std::thread>& threads) {
   for (std::thread& thread : threads) thread.join();
+}
+
+inline int Fill(int fd, size_t step) {
+  fcntl(fd, F_SETFL, O_NONBLOCK);
+  const std::string filler(step, 'x');
+  while (write(fd, filler.data(), step) > 0) continue;
+  return fd;
 }
 
 #endif  // VELLIX_TESTS_FAULTS_FAULTS_H_

@@ -27,11 +27,10 @@ struct Operation {
   int code;                   // of its failure
   std::function<bool()> run;  // false for a failure
   const char* call = "";      // the system call that is to fail
-  const char* message = "";   // then; errno follows a '%'
+  const char* message = "";   // then; errno follows a '%'; "" for the call's
   int nth = 1;                // when it is made so often
   int records = -1;           // then, in the log; -1 for the kind's
 };
-constexpr int kFile = kFileFailure, kAny = kGeneralFailure;
 
 const support::TempDir dir;
 const std::string text(50, 'x'), words = text + "," + text, big(70000, 'b');
@@ -42,7 +41,7 @@ const bool there =
     (support::WriteFile(file, big), support::WriteFile(spare, big), true);
 const int fd = open(file.c_str(), O_RDWR);
 CHandleStream stream(fd);
-CBaseException failure(kAny, words.c_str(), 1, words.c_str());
+CBaseException failure(kGeneralFailure, words.c_str(), 1, words.c_str());
 const auto* bytes = reinterpret_cast<const unsigned char*>(big.data());
 auto* digits = const_cast<unsigned char*>(bytes);
 CMemoryStream source, dest;
@@ -132,112 +131,98 @@ bool RunProcess(const std::string& line, bool terminate) {
          code == 0;
 }
 
+bool UseTexts() {
+  out = Format(words, 1) + LeftStr(words, 40) + RightStr(words, 40);
+  out += Trim(words) + TrimLeft(words, "") + TrimRight(words);
+  out += SubStr(words, 1, 40) + UpperCase(words) + LowerCase(words);
+  out += StrReplace(words, ",", text) + utf8_to_local(words.c_str());
+  out += CreateGUIDString() + BinaryToHexString(digits, 99, text);
+  out += extract_file_ext("." + text) + change_file_ext(file, text);
+  out += CQuorlLogger::ConvertToLogText(path_connect(path, "x", true).c_str());
+  CQuorlLogger::ConvertToHexString(bytes, 99, out);
+  base64_encode(digits, 99, out), base64_decode(bytes, 99, out);
+  return StrSplit(words, ",").size() == 2 && parse_cmd_line(words, list) &&
+         HexToBin(out, big.c_str(), words) &&
+         GetNameValue(words, ",", path, out);
+}
+
 #define OP(kind, code, expression, ...)                                   \
   {                                                                       \
 #expression, kind, code, [] { return bool(expression); }, __VA_ARGS__ \
   }
+#define DISK(kind, ...) OP(kind, kFileFailure, __VA_ARGS__)
+#define OTHER(kind, ...) OP(kind, kGeneralFailure, __VA_ARGS__)
+#define PURE(expression) OP(kThrows, 0, expression)  // needs memory alone
 #define DO(statement) (statement, true)
 const Operation operations[] = {
-    OP(kThrows, 0, GetQuorlException()),
-    OP(kThrows, 0, DO(GetQuorlException()->Copy(&failure))),
-    OP(kThrows, 0,
-       DO(GetQuorlException()->Copy(&failure)) && Is(GetLastQuorlExpAsText())),
-    OP(kThrows, kAny, Is(FormatQuorlExp(failure, text + "%s%d"))),
-    OP(kThrows, 0, DO(GetQuorlLogger()->Log(LogInfo, big.c_str(), 0, 0, 0))),
-    OP(kThrows, 0, Is(CQuorlLogger::ConvertToLogText(big.c_str()))),
-    OP(kThrows, 0, DO(CQuorlLogger::ConvertToHexString(bytes, 99, out))),
-    OP(kClears, kFile, SetLogFile(spare, false), "open", "file_create error%"),
-    OP(kClears, kFile, Append(), "open", "file_open error%"),
-
-    OP(kThrows, kFile, !CFileStream(file, 2).Eof(), "open", "file_open error%",
-       1, 1),
+    PURE(GetQuorlException()),
+    PURE(DO(GetQuorlException()->Copy(&failure))),
+    PURE(DO(GetQuorlException()->Copy(&failure)) &&
+         Is(GetLastQuorlExpAsText())),
+    OTHER(kThrows, Is(FormatQuorlExp(failure, text + "%s%d"))),
+    PURE(DO(GetQuorlLogger()->Log(LogInfo, big.c_str(), 0, 0, 0))),
+    DISK(kClears, SetLogFile(spare, false), "open", "file_create error%"),
+    DISK(kClears, Append(), "open", "file_open error%"),
+    DISK(kThrows, !CFileStream(file, 2).Eof(), "open", "file_open error%", 1,
+         1),
     OP(kThrows, kStandardException, DO((new CFileStream(file, 0))->Free())),
     OP(kThrows, kStandardException, DO(dest.SetCapacity(9))),
     OP(kLeaves, kEndOfData, dest.Seek(1, SeekBegin) != -1),
-    OP(kClears, kFile, dest.CopyFrom(&stream, 0) > 0, "read",
-       "file_read error%", 2),
-    OP(kClears, kFile, source.SaveToStream(&stream), "write",
-       "file_write error%", 2),
-    OP(kLeaves, kFile, stream.SetSize(70000), "ftruncate64",
-       "file_set_current_end%", 1, 2),
-    OP(kLeaves, kFile, stream.SetSize(70000), "lseek64",
-       "Stream Size less than Seek", 1, 2),
-    OP(kClears, kFile, source.SaveToFile(spare), "open", "file_create error%",
-       1, 2),
-    OP(kClears, kFile, source.SaveToFile(spare), "write", "file_write error%"),
-    OP(kClears, kFile, source.SaveToFile(spare), "close", "file_close error%"),
-    OP(kLoads, kFile, dest.LoadFromFile(spare), "read", "file_read error%", 2),
-
-    OP(kLeaves, kFile, Closes(file_create(spare)), "open",
-       "file_create error%"),
-    OP(kClears, kFile, Closes(file_open(file, 0)), "open", "file_open error%"),
-    OP(kLeaves, kFile, file_seek(fd, 0, 0) == 0, "lseek64", "file_seek error%"),
-    OP(kLeaves, kFile, file_read(fd, digits, 1) == 1, "read",
-       "file_read error%"),
-    OP(kLeaves, kFile, file_write(fd, "x", 1) == 1, "write",
-       "file_write error%"),
-    OP(kLeaves, kFile, file_set_current_end(fd), "ftruncate64",
-       "file_set_current_end%"),
-    OP(kClears, kFile, Closes(file_create(gone)) && file_delete(gone), "unlink",
-       "file_delete error%"),
-    OP(kLeaves, kFile, move_file(file, file), "rename", "move_file error%"),
-    OP(kThrows, kAny, Is(expand_path(text.c_str())), "realpath",
-       "Can't expand path"),
-    OP(kThrows, kAny, Is(extract_file_path(file) + extract_file_name(file))),
-    OP(kThrows, 0,
-       Is(extract_file_ext("." + text) + change_file_ext(file, text))),
-    OP(kThrows, 0, Is(path_connect(path, text.c_str(), true))),
-    OP(kThrows, kAny, DO(make_dir(made.c_str())), "mkdir",
-       "Can't create directory"),
-    OP(kClears, kAny, dir_exists(dir.Path().c_str()), "stat",
-       "dir_exist: Can't stat the directory"),
-    OP(kClears, kAny, file_exists(file.c_str()), "stat",
-       "file_exist: Can't stat the file"),
-    OP(kThrows, kAny, Find(), "opendir", "find_first error%"),
-    OP(kThrows, kAny, Find(), "readdir", "find_first error%", 1, 1),
-    OP(kLeaves, kAny, FindNext(), "readdir", "find_next error%"),
-    OP(kThrows, kAny, Is(CTmpFile(text, "n").GetFilePathName()), "getrandom",
-       "Unexpected error"),
-
-    OP(kThrows, kAny, DO(CXMutex()), "pthread_mutexattr_init",
-       "pthread_mutexattr_init: %"),
-    OP(kThrows, kAny, DO(CXMutex()), "pthread_mutexattr_settype",
-       "pthread_mutexattr_settype: %"),
-    OP(kThrows, kAny, DO(CXEvent(true, false)), "pthread_mutex_init",
-       "pthread_mutex_init: %"),
-    OP(kThrows, kAny, DO(CXEvent(true, false)), "pthread_cond_init",
-       "pthread_cond_init: %"),
-    OP(kThrows, kAny, DO(delete_critical(init_critical())),
-       "pthread_mutex_init", "pthread_mutex_init: %"),
-    OP(kThrows, kAny, RunThread(), "pthread_create", "Unexpected error"),
+    DISK(kClears, dest.CopyFrom(&stream, 0) > 0, "read", "file_read error%", 2),
+    DISK(kClears, source.SaveToStream(&stream), "write", "file_write error%",
+         2),
+    DISK(kLeaves, stream.SetSize(70000), "ftruncate64", "file_set_current_end%",
+         1, 2),
+    DISK(kLeaves, stream.SetSize(70000), "lseek64",
+         "Stream Size less than Seek", 1, 2),
+    DISK(kClears, source.SaveToFile(spare), "open", "file_create error%", 1, 2),
+    DISK(kClears, source.SaveToFile(spare), "write", "file_write error%"),
+    DISK(kClears, source.SaveToFile(spare), "close", "file_close error%"),
+    DISK(kLoads, dest.LoadFromFile(spare), "read", "file_read error%", 2),
+    DISK(kLeaves, Closes(file_create(spare)), "open", "file_create error%"),
+    DISK(kClears, Closes(file_open(file, 0)), "open", "file_open error%"),
+    DISK(kLeaves, file_seek(fd, 0, 0) == 0, "lseek64", "file_seek error%"),
+    DISK(kLeaves, file_read(fd, digits, 1) == 1, "read", "file_read error%"),
+    DISK(kLeaves, file_write(fd, "x", 1) == 1, "write", "file_write error%"),
+    DISK(kLeaves, file_set_current_end(fd), "ftruncate64",
+         "file_set_current_end%"),
+    DISK(kClears, Closes(file_create(gone)) && file_delete(gone), "unlink",
+         "file_delete error%"),
+    DISK(kLeaves, move_file(file, file), "rename", "move_file error%"),
+    OTHER(kThrows, Is(expand_path(text.c_str())), "realpath",
+          "Can't expand path"),
+    OTHER(kThrows, Is(extract_file_path(file) + extract_file_name(file))),
+    OTHER(kThrows, DO(make_dir(made.c_str())), "mkdir",
+          "Can't create directory"),
+    OTHER(kClears, dir_exists(dir.Path().c_str()), "stat",
+          "dir_exist: Can't stat the directory"),
+    OTHER(kClears, file_exists(file.c_str()), "stat",
+          "file_exist: Can't stat the file"),
+    OTHER(kThrows, Find(), "opendir", "find_first error%"),
+    OTHER(kThrows, Find(), "readdir", "find_first error%", 1, 1),
+    OTHER(kLeaves, FindNext(), "readdir", "find_next error%"),
+    OTHER(kThrows, Is(CTmpFile(text, "n").GetFilePathName()), "getrandom",
+          "Unexpected error"),
+    OTHER(kThrows, DO(CXMutex()), "pthread_mutexattr_init"),
+    OTHER(kThrows, DO(CXMutex()), "pthread_mutexattr_settype"),
+    OTHER(kThrows, DO(CXEvent(true, false)), "pthread_mutex_init"),
+    OTHER(kThrows, DO(CXEvent(true, false)), "pthread_cond_init"),
+    OTHER(kThrows, DO(delete_critical(init_critical())), "pthread_mutex_init"),
+    OTHER(kThrows, RunThread(), "pthread_create", "Unexpected error"),
     OP(kQuiet, 0, RunProcess(command, false), "pthread_create", nullptr),
     OP(kQuiet, 0, RunProcess(command, false), "fork", nullptr),
     OP(kQuiet, 0, RunProcess(command, false), "waitpid", nullptr),
     OP(kQuiet, 0, RunProcess(asleep, true), "kill", nullptr),
     OP(kLeaves, kNotFound, get_environment_variable("HOME", out)),
     OP(kLeaves, kNotFound, get_environment_variable(text, out)),
-    OP(kClears, kAny, set_environment_variable("VELLIX", text), "setenv",
-       "set_environment_variable error%"),
+    OTHER(kClears, set_environment_variable("VELLIX", text), "setenv",
+          "set_environment_variable error%"),
     OP(kQuiet, 0, SetLoadPath()),
     OP(kQuiet, 0, Is(get_executable_path()), "readlink", nullptr),
     OP(kQuiet, 0, HasAlignedBlock()),
-
-    OP(kThrows, 0, Is(Format(words, 1) + LeftStr(words, 40))),
-    OP(kThrows, 0, Is(RightStr(words, 40) + SubStr(words, 1, 40))),
-    OP(kThrows, 0, Is(Trim(words) + TrimLeft(words, "") + TrimRight(words))),
-    OP(kThrows, 0, Is(StrReplace(words, ",", text) + UpperCase(words))),
-    OP(kThrows, 0, Is(LowerCase(words) + utf8_to_local(words.c_str()))),
-    OP(kThrows, 0, StrSplit(words, ",").size() == 2),
-    OP(kThrows, 0, DO(base64_encode(digits, 99, out))),
-    OP(kThrows, 0, DO(base64_decode(bytes, 99, out))),
-    OP(kThrows, 0, HexToBin(out, big.c_str(), words)),
-    OP(kThrows, 0, Is(BinaryToHexString(digits, 99, text))),
-    OP(kThrows, 0, parse_cmd_line(words, list)),
-    OP(kThrows, 0, GetNameValue(words, ",", path, out)),
-    OP(kThrows, 0, Is(CreateGUIDString())),
-    OP(kThrows, 0, Push()),
+    PURE(UseTexts()),
+    PURE(Push()),
 };
-
 // How an operation ended, and the failure that it threw or recorded.
 struct Outcome {
   enum How { kDone, kFailed, kThrew, kNoMemory } how = kDone;
@@ -255,8 +240,7 @@ Outcome OutcomeOf(const Operation& operation) {
   } catch (const CBaseException& e) {
     support::Fault::EndAll();
     outcome.how = Outcome::kThrew;
-    outcome.failure = {e.GetCode(), e.GetMsg(), "", 0};
-    outcome.failure.file = e.GetExceptionSource(&outcome.failure.line);
+    outcome.failure = support::Failure(e);
   } catch (const std::bad_alloc&) {
     support::Fault::EndAll();
     outcome.how = Outcome::kNoMemory;
@@ -309,7 +293,7 @@ TEST(Faults, NoMemoryAtAnyAllocation) {
     std::thread(elsewhere).join();
     const Outcome good = next;
     CleanUp();
-    const int descriptors = support::OpenDescriptors();
+    const auto descriptors = support::OpenDescriptors();
     for (const int mode : {0, 1, 2, 3}) {
       int nth = 0;
       do {
@@ -320,13 +304,14 @@ TEST(Faults, NoMemoryAtAnyAllocation) {
           const Outcome outcome = run(++nth, on, &struck);
           EXPECT_TRUE(struck ? Documented(operation, outcome, clean, on)
                              : outcome == clean)
-              << nth << " " << mode << ": " << outcome.how << outcome.failure;
+              << nth << " " << mode << ": " << outcome.how
+              << outcome.failure.msg;
         }
         CleanUp();
         EXPECT_EQ(support::LiveBlocks(), blocks) << nth << " " << mode;
         // Elsewhere, where a lock that was left locked would be felt.
         std::thread(elsewhere).join();
-        EXPECT_EQ(next.how, good.how) << nth << " " << mode << next.failure;
+        EXPECT_EQ(next.how, good.how) << nth << " " << mode << next.failure.msg;
         EXPECT_FALSE(logger->IsLogging(nullptr));
         CleanUp();
         ++runs;
@@ -373,6 +358,7 @@ TEST(Faults, EveryErrorOfEverySystemCall) {
         EXPECT_EQ(support::FailurePlanted(), logged == 0);
         if (on || !operation.message) continue;
         std::string message = operation.message;
+        if (message.empty()) message = operation.call + std::string(": %");
         if (message.back() == '%') {
           message.pop_back();
           message = support::ErrnoMessage(message, error);

@@ -16,8 +16,7 @@ namespace {
 
 struct Time {
   time_t seconds;
-  const char* text;
-  const char* iso;
+  const char *text, *iso;
 };
 const Time kTimes[] = {
     {1793523900, "Sun Nov  1 09:05:00 2026", "2026-11-01 09:05:00"},
@@ -31,11 +30,9 @@ const char* const kLevels[] = {"DEBUG", "INFO",  "WARN",
 
 struct Row {
   QuorlBased::LogLevel level;
-  std::string from;
-  std::string message;
+  std::string from, message;
   unsigned dumped = 0;
-  const char* from_in_readers = nullptr;
-  const char* message_in_readers = nullptr;
+  std::string from_read = from, message_read = message;  // by readers
 };
 
 std::vector<Row> Rows() {
@@ -91,17 +88,12 @@ int main(int, char** arguments) {
       for (unsigned i = 0; i < row.dumped; ++i) {
         dump += i == 0 ? "0F " : i == 1 ? "A0 " : "00 ";
       }
-      const std::string fields[] = {
-          time.text,
-          time.iso,
-          std::to_string(gettid()),
-          kLevels[row.level],
-          row.from_in_readers ? row.from_in_readers : row.from,
-          row.message_in_readers ? row.message_in_readers : row.message};
-      for (const std::string& field : fields) expected << field << '\x1F';
-      expected << (dump.empty() ? "NULL" : dump) << '\n';
+      const char end = '\x1F';
+      expected << time.text << end << time.iso << end << gettid() << end
+               << kLevels[row.level] << end << row.from_read << end
+               << row.message_read << end << (dump.empty() ? "NULL" : dump)
+               << '\n';
     }
   }
-  expected.close();
-  return expected ? 0 : 1;
+  return expected.flush() ? 0 : 1;
 }

@@ -3,41 +3,61 @@
 #define VELLIX_TESTS_SUPPORT_SUPPORT_H_
 
 #include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
-#include <cstdint>
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <ctime>
+#include <filesystem>
+#include <fstream>
 #include <functional>
 #include <mutex>
-#include <ostream>
 #include <string>
 #include <vector>
 
-#include "vellix/exceptions.h"
-#include "vellix/quorl_base_streams.h"
+#include "vellix/logger.h"
 
 namespace support {
 
 // A failure as a test compares it; code 0 is none.
 struct Failure {
   int code = 0;
-  std::string msg;
-  std::string file;
   int line = 0;
+  std::string msg, file;
+
+  Failure() = default;
+  explicit Failure(const IQuorlException& e)
+      : code(e.GetExceptionCode()),
+        msg(e.GetExceptionMsg()),
+        file(e.GetExceptionSource(&line)) {}
 };
-std::ostream& operator<<(std::ostream& out, const Failure& failure);
 
 // The calling thread's record.
-Failure Recorded();
+inline Failure Recorded() { return Failure(*GetQuorlException()); }
 
 // What `call` throws as a CBaseException; code 0 if it throws nothing.
-Failure Thrown(const std::function<void()>& call);
+inline Failure Thrown(const std::function<void()>& call) {
+  try {
+    call();
+  } catch (const CBaseException& e) {
+    return Failure(e);
+  }
+  return {};
+}
 
 // Puts a failure (code 1) into the calling thread's record, without a log
 // record, so that a test sees who clears it.
-void PlantFailure();
-bool FailurePlanted();
+inline void PlantFailure() {
+  GetQuorlException()->SetException(1, "planted", 1, "planted");
+}
+inline bool FailurePlanted() { return Recorded().code == 1; }
 
 // "<prefix>: errno: <error> <its text>".
-std::string ErrnoMessage(const std::string& prefix, int error);
+inline std::string ErrnoMessage(const std::string& prefix, int error) {
+  return prefix + ": errno: " + std::to_string(error) + " " + strerror(error);
+}
 
 #define EXPECT_FAILURE(failure, expected_code, expected_msg, expected_file) \
   do {                                                                      \
@@ -51,10 +71,16 @@ std::string ErrnoMessage(const std::string& prefix, int error);
 // A directory of the test's own, removed with all it holds at the end.
 class TempDir {
  public:
-  TempDir();
+  TempDir() {
+    path_ = std::filesystem::temp_directory_path() / "vellix_XXXXXX";
+    EXPECT_NE(mkdtemp(path_.data()), nullptr);
+  }
   TempDir(const TempDir&) = delete;
   TempDir& operator=(const TempDir&) = delete;
-  ~TempDir();
+  ~TempDir() {
+    std::error_code ignored;
+    std::filesystem::remove_all(path_, ignored);
+  }
   const std::string& Path() const { return path_; }  // without closing slash
   std::string operator/(const std::string& name) const {
     return path_ + "/" + name;
@@ -64,32 +90,51 @@ class TempDir {
   std::string path_;
 };
 
-std::string ReadFile(const std::string& path);
-void WriteFile(const std::string& path, const std::string& text);
+inline std::string ReadFile(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(in), {}};
+}
+
+inline void WriteFile(const std::string& path, const std::string& text) {
+  std::ofstream(path, std::ios::binary) << text;
+}
 
 // Open descriptors of this process.
-int OpenDescriptors();
+inline auto OpenDescriptors() {
+  const std::filesystem::directory_iterator open("/proc/self/fd");
+  return std::distance(begin(open), end(open));
+}
 
 // Runs `body` in a process of its own and gives how that ended: 0 when it has
 // neither failed an expectation nor died.
-int InChild(const std::function<void()>& body);
+inline int InChild(const std::function<void()>& body) {
+  fflush(nullptr);
+  const pid_t child = fork();
+  if (child == 0) {
+    body();
+    _exit(testing::Test::HasFailure());
+  }
+  int status = -1;
+  while (waitpid(child, &status, 0) == -1 && errno == EINTR) continue;
+  return status;
+}
 
-// A log target that keeps each Write. What a test overrides is public.
-class RecordingStream : public QuorlBased::IQuorlStream {
+// A log target that keeps each Write.
+class RecordingStream : public QuorlBased::CQuorlStreamImpl {
  public:
-  int64_t GetPosition() override { return 0; }
-  int64_t SetPosition(int64_t) override { return 0; }
-  int64_t GetSize() override { return 0; }
-  bool SetSize(int64_t) override { return false; }
   int32_t Read(void*, uint32_t) override { return -1; }
-  int32_t Write(const void* buffer, uint32_t count) override;
+  int32_t Write(const void* buffer, uint32_t count) override {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    records_.emplace_back(static_cast<const char*>(buffer), count);
+    return static_cast<int32_t>(count);
+  }
   int64_t Seek(int64_t, QuorlBased::SeekOrigin) override { return 0; }
-  int64_t CopyFrom(IQuorlStream*, int64_t) override { return -1; }
-  bool IsStream() override { return false; }
   bool Eof() override { return false; }
-  void Free() override {}
 
-  std::vector<std::string> Records() const;
+  std::vector<std::string> Records() const {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return records_;
+  }
 
  private:
   mutable std::mutex mutex_;
@@ -98,10 +143,35 @@ class RecordingStream : public QuorlBased::IQuorlStream {
 
 // The process's log target, set at the first call. Records of one test only:
 // each test runs in a process of its own.
-RecordingStream& Log();
+inline RecordingStream& Log() {
+  static auto* const stream = new RecordingStream;
+  GetQuorlLogger()->SetLogStream(stream);
+  return *stream;
+}
 
 // One field of a record: Field(record, "LV") is "EXP  ".
-std::string Field(const std::string& record, const std::string& name);
+inline std::string Field(const std::string& record, const std::string& name) {
+  const size_t start = record.find("[" + name + "=");
+  if (start == std::string::npos) return {};
+  const size_t text = start + name.size() + 2;
+  return record.substr(text, record.find(']', text) - text);
+}
+
+// With VELLIX_TIMER in the environment each test runs under a signal of 1 kHz
+// that interrupts system calls.
+[[maybe_unused]] inline const bool timer_runs = [] {
+  if (!getenv("VELLIX_TIMER")) return false;
+  struct sigaction action = {};
+  action.sa_handler = [](int) {};
+  sigaction(SIGUSR2, &action, nullptr);
+  sigevent event = {};
+  event.sigev_notify = SIGEV_SIGNAL;
+  event.sigev_signo = SIGUSR2;
+  timer_t timer = {};
+  timer_create(CLOCK_MONOTONIC, &event, &timer);
+  const itimerspec each = {{0, 1000000}, {0, 1000000}};
+  return timer_settime(timer, 0, &each, nullptr) == 0;
+}();
 
 }  // namespace support
 
