@@ -194,7 +194,7 @@ TEST(Survival, CancelledThreadsLeaveTheLocksFree) {
   file.GetLogStream()->Free();
 }
 
-TEST(Survival, RecordsOfManyThreadsThroughEveryTarget) {
+TEST(Survival, RecordsOfManyThreadsAreWhole) {
   const int records = Times("VELLIX_RECORDS", 1000);
   const auto expect_whole = [records](const std::string& log) {
     const Reader reader(log);
