@@ -7,6 +7,7 @@
 
 #include "support/support.h"
 #include "vellix/exceptions_report.h"
+#include "vellix/sysutils_strings.h"
 
 using namespace QuorlBased;
 using support::Field;
@@ -39,9 +40,10 @@ TEST(Record, TimeFollowsTheZoneWithinASecond) {
 }
 
 TEST(Record, TextsAndDataOfEveryKind) {
-  std::string longer(1025, '\xAB'), ends(5000, '\n'), dump, escaped;
+  std::string longer(1025, '\0'), ends(5000, '\n'), dump, escaped, some;
   const auto* bytes = reinterpret_cast<const unsigned char*>(longer.data());
-  for (int i = 0; i < 1024; ++i) dump += "AB ";
+  for (int i = 0; i < 1025; ++i) longer[size_t(i)] = char(i * 7);
+  for (int i = 0; i < 1024; ++i) dump += Format("%02X ", bytes[i]);
   for (int i = 0; i < 5000; ++i) escaped += "\\n";
   support::Log();
   const auto row = [](const char* from, const char* msg,
@@ -59,8 +61,10 @@ TEST(Record, TextsAndDataOfEveryKind) {
   row("f", "m", bytes, 1025, "f] [MG=m] [BN=" + dump + "]\r\n");
   row("f", ends.c_str(), nullptr, 0, "f] [MG=" + escaped + "] [BN=NULL]\r\n");
   EXPECT_EQ(CQuorlLogger::ConvertToLogText("\ra\nb"), "\\ra\\nb");
-  CQuorlLogger::ConvertToHexString(bytes, 0, dump);
-  EXPECT_EQ(dump, "");
+  for (unsigned size = 0; size < 6; ++size) {
+    CQuorlLogger::ConvertToHexString(bytes, size, some);
+    EXPECT_EQ(some, dump.substr(0, 3 * size));
+  }
 }
 
 TEST(Settings, SwitchesAndLevelsDecideAndTheFirstTargetStays) {
