@@ -1,6 +1,9 @@
 // The built library in hosts that load it, leave it, and end at any moment; and
 // targets that take nothing for a while.
+#include <sched.h>
+#include <sys/mount.h>
 #include <sys/resource.h>
+#include <sys/socket.h>
 
 #include "faults/faults.h"
 #include "vellix/loader.h"
@@ -133,9 +136,26 @@ void LimitFiles(rlim_t bytes) {
   setrlimit(RLIMIT_FSIZE, &limit);
 }
 
+int FullPipe(bool sockets) {
+  EXPECT_EQ(sockets ? socketpair(AF_UNIX, SOCK_STREAM, 0, ends) : pipe(ends),
+            0);
+  return Fill(ends[1], sockets ? 1 : 4096);
+}
+
+// A file on a full disk: a small one of its own where that may be mounted.
+int OnFullDisk(const std::string& disk) {
+  mkdir(disk.c_str(), 0700);
+  const bool own = unshare(CLONE_NEWNS) == 0 &&
+                   mount("", "/", "", MS_REC | MS_PRIVATE, "") == 0 &&
+                   mount("", disk.c_str(), "tmpfs", 0, "size=8k") == 0;
+  const std::string log = own ? disk + "/log" : "/dev/full";
+  if (own) support::WriteFile(disk + "/ballast", std::string(9000, 'x'));
+  return open(log.c_str(), O_RDWR | O_CREAT, 0600);
+}
+
 TEST(Hosts, GoOnWhenTheLogTakesNothing) {
   const support::TempDir dir;
-  const std::string f = dir / "f";
+  const std::string f = dir / "f", disk = dir / "disk";
   const auto row = [](const char* name, int error,
                       const std::function<void(int)>& mend,
                       const std::function<int()>& open) {
@@ -143,11 +163,23 @@ TEST(Hosts, GoOnWhenTheLogTakesNothing) {
   };
   const auto unlimited = [](int) { LimitFiles(RLIM_INFINITY); };
   const auto mended = [](int fd) { dup2(open("/dev/null", O_WRONLY), fd); };
+  const auto room = [&](int fd) {
+    if (unlink((disk + "/ballast").c_str()) != 0) mended(fd);
+  };
+  const auto broken = [](bool sockets) {
+    return FullPipe(sockets), close(ends[0]), ends[1];
+  };
   row("device", ENOSPC, mended, [] { return open("/dev/full", O_WRONLY); });
+  row("disk", ENOSPC, room, [&] { return OnFullDisk(disk); });
   row("limit", EFBIG, unlimited, [&] { return LimitFiles(0), file_create(f); });
-  row("pipe", EAGAIN, Drain, [] { return Fill((pipe(ends), ends[1]), 4096); });
-  row("broken", EPIPE, {}, [] { return pipe(ends), close(ends[0]), ends[1]; });
-  row("read only", EBADF, mended, [] { return open("/", O_RDONLY); });
+  row("pipe", EAGAIN, Drain, [] { return FullPipe(false); });
+  row("socket", EAGAIN, Drain, [] { return FullPipe(true); });
+  row("broken pipe", EPIPE, {}, [&] { return broken(false); });
+  row("broken socket", EPIPE, {}, [&] { return broken(true); });
+  row("read only", EBADF, mended, [] { return open("/dev/null", O_RDONLY); });
+  row("directory", EBADF, mended, [] { return open("/", O_RDONLY); });
+  row("path only", EBADF, mended, [] { return open("/", O_PATH); });
+  row("read end", EBADF, mended, [] { return pipe(ends), ends[0]; });
   row("closed", EBADF, mended, [] { return 99; });
 }
 

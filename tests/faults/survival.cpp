@@ -194,21 +194,27 @@ TEST(Survival, CancelledThreadsLeaveTheLocksFree) {
   file.GetLogStream()->Free();
 }
 
-TEST(Survival, RecordsOfManyThreadsAreWhole) {
+// The records of 16 threads, read back, through what `set` gives the logger.
+void SayAll(const std::function<void(CQuorlLogger&)>& set,
+            const std::function<std::string()>& log) {
   const int records = Times("VELLIX_RECORDS", 1000);
-  const auto expect_whole = [records](const std::string& log) {
-    const Reader reader(log);
-    EXPECT_EQ(reader.torn + reader.others.size(), 0U);
-    for (const int count : reader.next) EXPECT_EQ(count, records);
-  };
-  const auto say = [records](IQuorlStream& target) {
-    CQuorlLogger logger;
-    logger.SetLogStream(&target);
-    auto threads = Start(16, [&](int t) {
-      for (int i = 0; i < records; ++i) Say(&logger, t, i);
-    });
-    Join(threads);
-  };
+  CQuorlLogger logger;
+  set(logger);
+  auto threads = Start(16, [&](int t) {
+    for (int i = 0; i < records; ++i) Say(&logger, t, i);
+  });
+  Join(threads);
+  const Reader reader(log());
+  EXPECT_EQ(reader.torn + reader.others.size(), 0U);
+  for (const int count : reader.next) EXPECT_EQ(count, records);
+}
+
+TEST(Survival, RecordsOfManyThreadsThroughEveryTarget) {
+  const support::TempDir dir;
+  const std::string path = dir / "log";
+  SayAll([&](CQuorlLogger& logger) { logger.SetLogFile(path.c_str(), false); },
+         [&] { return support::ReadFile(path); });
+
   ASSERT_EQ(pipe(ends), 0);
   std::string piped;
   std::thread reader([&] {
@@ -218,15 +224,23 @@ TEST(Survival, RecordsOfManyThreadsAreWhole) {
     }
   });
   CHandleStream to_pipe(ends[1]);
-  say(to_pipe);
-  close(ends[1]);
-  reader.join();
-  expect_whole(piped);
+  SayAll([&](CQuorlLogger& logger) { logger.SetLogStream(&to_pipe); },
+         [&] { return close(ends[1]), reader.join(), piped; });
 
   CMemoryStream memory;
-  say(memory);
-  expect_whole(
-      {static_cast<char*>(memory.GetMemory()), size_t(memory.GetSize())});
+  SayAll([&](CQuorlLogger& logger) { logger.SetLogStream(&memory); },
+         [&] {
+           return std::string(static_cast<char*>(memory.GetMemory()),
+                              size_t(memory.GetSize()));
+         });
+
+  support::RecordingStream host;
+  SayAll([&](CQuorlLogger& logger) { logger.SetLogStream(&host); },
+         [&] {
+           std::string all;
+           for (const std::string& record : host.Records()) all += record;
+           return all;
+         });
 }
 
 }  // namespace
