@@ -54,6 +54,21 @@ const char* TextOrEmpty(const char* text) { return text ? text : ""; }
 // The bytes of `s` before its first NUL.
 size_t TextLength(const std::string& s) { return strlen(s.c_str()); }
 
+// A copy of `s` up to its first NUL, in steps that the first cache holds from
+// the look for the NUL to the copy.
+std::string UpToNul(const std::string& s) {
+  constexpr size_t kPiece = 4096;
+  std::string text;
+  text.reserve(s.size());
+  size_t length = kPiece;
+  while (length == kPiece) {
+    const char* rest = s.c_str() + text.size();
+    length = strnlen(rest, kPiece);
+    text.append(rest, length);
+  }
+  return text;
+}
+
 // The text of the `n` bytes at `bytes`, up to their first NUL.
 std::string CutOut(const char* bytes, uint32_t n) {
   ResKeeper keeper;
@@ -243,7 +258,7 @@ std::string StrReplace(const std::string& s, const std::string& from,
   if (from.empty()) return s;
   ForwardSearch search(s, 0, from);
   size_t position = search.Next(0);
-  if (position == std::string::npos) return {s.c_str(), TextLength(s)};
+  if (position == std::string::npos) return UpToNul(s);
   RunWriter result(s.size());
   std::string padded = to;
   padded.resize(std::max(to.size(), RunWriter::kStep));
