@@ -73,14 +73,15 @@ namespace QuorlBased {
 CBaseException FailureSource::SystemFailure(int error, int code,
                                             const char* prefix,
                                             int line) const {
-  std::string message;
+  CBaseException failure(code, "", line, name_);
+  std::string& message = failure.message_;
   message.reserve(128);  // one block for nearly all
   message += prefix;
   message += ": errno: ";
   message += IntToStr(error);
   message += ' ';
   message += strerror(error);
-  return CBaseException(code, message.c_str(), line, name_);
+  return failure;
 }
 
 void RaiseStoredFailure() {
