@@ -51,7 +51,7 @@ inline std::string Decode(std::string text) {
 }
 
 inline unsigned Digit(char c) {
-  c = char(c >= 'A' && c <= 'Z' ? c + 32 : c);
+  c = char(tolower((unsigned char)c));
   const size_t found = std::string("0123456789abcdef").find(c);
   return found == std::string::npos ? 255 : unsigned(found);
 }
@@ -123,6 +123,14 @@ inline bool Matches(const std::string& text, const std::string& mask) {
     reach = next;
   }
   return reach.back();
+}
+
+// The letters up to the first NUL.
+inline std::string LowerCase(std::string s) {
+  for (size_t i = 0; i < s.size() && s[i]; ++i) {
+    if (s[i] >= 'A' && s[i] <= 'Z') s[i] = char(s[i] + 32);
+  }
+  return s;
 }
 
 // The position of `pattern` in `s` that is the nearest to `start`, on the way

@@ -1,33 +1,40 @@
-// The fuzzers: each runs functions of the library on what it is given and
-// compares with a model. Which one is built is VELLIX_FUZZ_TARGET.
+// What the fuzzers run, and the tests too: each target runs functions of the
+// library on what it is given and compares with a model.
+#ifndef VELLIX_FUZZ_TARGETS_H_
+#define VELLIX_FUZZ_TARGETS_H_
+
 #include <algorithm>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <deque>
+#include <stdexcept>
 #include <utility>
 
 #include "fuzz/models.h"
 #include "vellix/logger.h"
 #include "vellix/sysutils.h"
 
+namespace targets {
+
 using namespace QuorlBased;
 
-namespace {
-
-// Ends the run: the fuzzer then keeps its input.
+// Ends a fuzzer, which then keeps its input.
 #define REQUIRE(condition) \
-  ((condition) ? void()    \
-               : (fprintf(stderr, "not so: %s\n", #condition), abort()))
+  ((condition) ? void() : throw std::logic_error("not so: " #condition))
 
 class Input {
  public:
   Input(const uint8_t* data, size_t size) : next_(data), end_(data + size) {}
   bool Empty() const { return next_ == end_; }
   uint8_t Byte() { return Empty() ? uint8_t{0} : *next_++; }
+  // Mostly a small number, now and then one beyond any text.
+  uint32_t Number() {
+    const uint32_t byte = Byte();
+    return byte < 128 ? byte : byte < 255 ? (byte - 127) * 17 : UINT32_MAX;
+  }
   std::string Text(size_t most = 255) {
-    const size_t length =
-        std::min<size_t>(std::min<size_t>(Byte(), most), size_t(end_ - next_));
+    const size_t wanted = std::min<size_t>(Byte(), most);
+    const size_t length = std::min(wanted, size_t(end_ - next_));
     next_ += length;
     return {next_ - length, next_};
   }
@@ -38,62 +45,77 @@ class Input {
   const uint8_t* end_;
 };
 
-[[maybe_unused]] void Base64(Input in) {
-  std::string bytes = in.Rest(), text, back;
-  auto* data = reinterpret_cast<unsigned char*>(bytes.data());
-  const auto size = int32_t(bytes.size());
-  base64_encode(data, size, text);
+inline unsigned char* Bytes(std::string& s) {
+  return reinterpret_cast<unsigned char*>(s.data());
+}
+
+// Here and below, what is read is often what is written, too.
+inline void Base64(Input in) {
+  const std::string bytes = in.Rest();
+  std::string text = bytes;
+  base64_encode(Bytes(text), int32_t(text.size()), text);
   REQUIRE(text == models::Encode(bytes));
-  base64_decode(reinterpret_cast<unsigned char*>(text.data()),
-                int32_t(text.size()), back);
-  REQUIRE(back == bytes);
-  base64_decode(data, size, text);
+  base64_decode(Bytes(text), int32_t(text.size()), text);
+  REQUIRE(text == bytes);
+  base64_decode(Bytes(text), int32_t(text.size()), text);
   REQUIRE(text == models::Decode(bytes));
 }
 
-[[maybe_unused]] void Hex(Input in) {
-  const std::string seps = in.Text(8);
-  std::string hex = in.Rest(), out = "before", dump;
-  REQUIRE(HexToBin(out, hex.c_str(), seps) == out.size());
+inline void Hex(Input in) {
+  const std::string seps = in.Text();
+  const std::string hex = in.Rest(), separator = models::UpToNul(seps);
+  std::string out = hex, digits = hex, dump;
+  REQUIRE(HexToBin(out, out.c_str(), seps) == out.size());
   REQUIRE(out == models::HexBytes(hex, seps));
-  for (const char c : out) {
+  REQUIRE(HexToBin(digits, hex.c_str(), digits) == digits.size());
+  REQUIRE(digits == models::HexBytes(hex, hex));
+  digits = hex;
+  for (const char c : hex) {
     char pair[3];
     snprintf(pair, sizeof pair, "%02X", unsigned{uint8_t(c)});
-    dump += pair + models::UpToNul(seps);
+    dump += pair + separator.substr(0, 253);
   }
-  REQUIRE(BinaryToHexString(out.data(), uint32_t(out.size()), seps) == dump);
+  REQUIRE(BinaryToHexString(digits.data(), uint32_t(hex.size()), seps) == dump);
   const bool odd = strlen(hex.c_str()) % 2;
   const std::string bytes = odd ? out : models::HexBytes(hex, "");
-  REQUIRE(hex2bin(hex, out) == (odd ? 0 : bytes.size()));
+  REQUIRE(hex2bin(digits, out) == (odd ? 0 : bytes.size()));
   REQUIRE(out == bytes);
+  REQUIRE(digits == models::LowerCase(hex));
+  REQUIRE(hex2bin(digits, digits) == (odd ? 0 : bytes.size()));
+  REQUIRE(digits == (odd ? models::LowerCase(hex) : bytes));
 }
 
-[[maybe_unused]] void CommandLine(Input in) {
+inline void CommandLine(Input in) {
   const std::string line = in.Rest();
-  std::list<std::string> arguments = {"before"};
-  const int32_t count = parse_cmd_line(line, arguments);
+  std::list<std::string> arguments = {line, "before"};
+  const int32_t count = parse_cmd_line(arguments.front(), arguments);
   REQUIRE(arguments == models::Arguments(models::UpToNul(line)));
   REQUIRE(size_t(count) == arguments.size());
 }
 
-[[maybe_unused]] void Mask(Input in) {
-  const std::string mask = models::UpToNul(in.Text());
+inline void Mask(Input in) {
+  const std::string mask = models::UpToNul(in.Text(60));
   const std::string text = models::UpToNul(in.Rest());
   REQUIRE(StrMatch(text.c_str(), mask.c_str()) == models::Matches(text, mask));
 }
 
-[[maybe_unused]] void NameValue(Input in) {
+inline void NameValue(Input in) {
   const std::string separator = in.Text(8), text = in.Rest();
   std::string name = "n", value = "v";
   const int32_t at = models::Find(text, 0, separator, 1);
   REQUIRE(GetNameValue(text, separator, name, value) == (at > 0));
   REQUIRE(at > 0 ? name + separator + value == text && name.size() == size_t(at)
                  : name == "n" && value == "v");
+  std::string own = text;
+  REQUIRE(GetNameValue(own, separator, own, value) == (at > 0));
+  REQUIRE(own == (at > 0 ? name : text));
 }
 
-[[maybe_unused]] void Text(Input in) {
-  const uint32_t at = in.Byte(), count = in.Byte();
-  const std::string a = in.Text(8), b = in.Text(8), s = in.Rest();
+inline void Text(Input in) {
+  const uint32_t at = in.Number(), count = in.Number();
+  const std::string a = in.Text(90), b = in.Text(40), first = in.Rest();
+  // With a place for the longest pattern.
+  const std::string s = at % 2 ? first : first + a + first;
   REQUIRE(StrReplace(s, a, b) == models::Replace(s, a, b));
   REQUIRE(StrSplit(s, a) == models::Split(s, a));
   REQUIRE(StrPos(s, at, a) == models::Find(s, at, a, 1));
@@ -109,9 +131,11 @@ class Input {
   const std::string right = cut ? s.substr(s.size() - count) : s;
   REQUIRE(LeftStr(s, count) == (cut ? models::UpToNul(left) : s));
   REQUIRE(RightStr(s, count) == (cut ? models::UpToNul(right) : s));
+  REQUIRE(LowerCase(s) == models::LowerCase(s));
+  REQUIRE(models::LowerCase(UpperCase(s)) == models::LowerCase(s));
 }
 
-[[maybe_unused]] void Path(Input in) {
+inline void Path(Input in) {
   const std::string sub = models::UpToNul(in.Text());
   const std::string path = models::UpToNul(in.Text());
   const size_t dot = path.rfind('.'), slash = path.find_last_of("/\\");
@@ -132,7 +156,7 @@ class Input {
   REQUIRE(extract_file_path(none) + extract_file_name(none) == expanded);
 }
 
-[[maybe_unused]] void Stream(Input in) {
+inline void Stream(Input in) {
   CMemoryStream stream;
   std::string bytes;
   int64_t at = 0;
@@ -142,7 +166,7 @@ class Input {
     const auto size = int64_t(bytes.size());
     if (choice % 4 == 0) {
       const std::string text =
-          std::string(size_t(number) * 2, 'x') + in.Text(9);
+          std::string(size_t(number) * 2, 'x') + in.Text(99);
       const bool good = at >= 0 && at + int64_t(text.size()) > 0;
       REQUIRE(stream.Write(text.data(), uint32_t(text.size())) ==
               (good ? int32_t(text.size()) : -1));
@@ -185,7 +209,7 @@ class Input {
   }
 }
 
-[[maybe_unused]] void Buffer(Input in) {
+inline void Buffer(Input in) {
   CDataBuffer2 buffer(in.Byte() & 1);
   std::deque<char> bytes;
   while (!in.Empty()) {
@@ -214,7 +238,7 @@ class Input {
 }
 
 // From the line back to the fields, as the documents tell a reader.
-[[maybe_unused]] void LogLine(Input in) {
+inline void LogLine(Input in) {
   static CMemoryStream& target = *new CMemoryStream;
   static CQuorlLogger& logger = *new CQuorlLogger;
   logger.SetLogStream(&target);
@@ -249,11 +273,28 @@ class Input {
   REQUIRE(line.substr(third + dump.size()) == shown + "]\r\n");
 }
 
-}  // namespace
+struct Target {
+  const char* name;
+  void (*run)(Input);
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  // Without an exception log a failure of a call costs no record.
-  GetQuorlLogger()->EnableExpLog(false);
-  VELLIX_FUZZ_TARGET(Input(data, size));
-  return 0;
-}
+  void Run(const uint8_t* data, size_t size) const {
+    // Without an exception log a failure of a call costs no record.
+    GetQuorlLogger()->EnableExpLog(false);
+    run(Input(data, size));
+  }
+};
+
+constexpr Target kAll[] = {{"Base64", Base64},
+                           {"Hex", Hex},
+                           {"CommandLine", CommandLine},
+                           {"Mask", Mask},
+                           {"NameValue", NameValue},
+                           {"Text", Text},
+                           {"Path", Path},
+                           {"Stream", Stream},
+                           {"Buffer", Buffer},
+                           {"LogLine", LogLine}};
+
+}  // namespace targets
+
+#endif  // VELLIX_FUZZ_TARGETS_H_

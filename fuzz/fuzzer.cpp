@@ -1,0 +1,7 @@
+// A fuzzer of the target VELLIX_FUZZ_TARGET.
+#include "fuzz/targets.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  targets::Target{"", targets::VELLIX_FUZZ_TARGET}.Run(data, size);
+  return 0;
+}

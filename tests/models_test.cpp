@@ -1,0 +1,46 @@
+// What the fuzzers run, in every build: their corpus, and inputs of few letters
+// from a fixed seed.
+#include <random>
+
+#include "fuzz/targets.h"
+#include "support/support.h"
+
+namespace {
+
+class Models : public testing::TestWithParam<targets::Target> {
+ protected:
+  static void Run(const std::string& input) {
+    const auto* data = reinterpret_cast<const uint8_t*>(input.data());
+    ASSERT_NO_THROW(GetParam().Run(data, input.size()))
+        << testing::PrintToString(input);
+  }
+};
+
+TEST_P(Models, AgreeWithTheLibrary) {
+  const std::string corpus = VELLIX_CORPUS;
+  for (const auto& file :
+       std::filesystem::directory_iterator(corpus + GetParam().name)) {
+    Run(support::ReadFile(file.path()));
+  }
+  const std::string likely(
+      "\0\0\1\1\2\3\4\7 \" \"\\aAbBfF01=*?*./..,:-gz+\n\r] [MG=\xE4\xC4\xFF",
+      53);
+  std::mt19937 random(1);
+  for (int i = 0; i < 4000 && !HasFatalFailure(); ++i) {
+    std::string letters(3 + random() % 8, ' '), input;
+    for (char& c : letters) c = likely[random() % likely.size()];
+    const size_t size = random() % (i % 8 ? 160 : 1200);
+    while (input.size() < size) {
+      const bool any = i % 4 == 0 || random() % 32 == 0;
+      input += any ? char(random()) : letters[random() % letters.size()];
+    }
+    Run(input);
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(, Models, testing::ValuesIn(targets::kAll),
+                         [](const auto& target) {
+                           return std::string(target.param.name);
+                         });
+
+}  // namespace
