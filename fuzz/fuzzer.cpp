@@ -2,6 +2,7 @@
 #include "fuzz/targets.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  targets::Target{"", targets::VELLIX_FUZZ_TARGET}.Run(data, size);
+  const targets::Target target = {"", targets::VELLIX_FUZZ_TARGET};
+  target.Run({reinterpret_cast<const char*>(data), size});
   return 0;
 }

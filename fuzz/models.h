@@ -110,10 +110,10 @@ inline std::list<std::string> Arguments(const std::string& line) {
 
 inline bool Matches(const std::string& text, const std::string& mask) {
   // reach[i]: the mask so far takes the first i bytes.
-  std::vector<bool> reach(text.size() + 1, false);
+  std::vector<char> reach(text.size() + 1, false);
   reach[0] = true;
   for (const char m : mask) {
-    std::vector<bool> next(reach.size(), false);
+    std::vector<char> next(reach.size(), false);
     for (size_t i = 0; i < reach.size(); ++i) {
       if (m == '*') next[i] = reach[i] || (i > 0 && next[i - 1]);
       if (m == '*' || i == 0 || !reach[i - 1]) continue;

@@ -8,6 +8,7 @@
 #include <cstring>
 #include <deque>
 #include <stdexcept>
+#include <string_view>
 #include <utility>
 
 #include "fuzz/models.h"
@@ -74,6 +75,7 @@ inline void Hex(Input in) {
     char pair[3];
     snprintf(pair, sizeof pair, "%02X", unsigned{uint8_t(c)});
     dump += pair + separator.substr(0, 253);
+    REQUIRE(chr2hex(c) == (c >= 'A' && c <= 'F' ? 255 : models::Digit(c)));
   }
   REQUIRE(BinaryToHexString(digits.data(), uint32_t(hex.size()), seps) == dump);
   const bool odd = strlen(hex.c_str()) % 2;
@@ -94,9 +96,19 @@ inline void CommandLine(Input in) {
 }
 
 inline void Mask(Input in) {
-  const std::string mask = models::UpToNul(in.Text(60));
-  const std::string text = models::UpToNul(in.Rest());
-  REQUIRE(StrMatch(text.c_str(), mask.c_str()) == models::Matches(text, mask));
+  const std::string mask = models::UpToNul(in.Text(15));
+  std::string like;  // mostly matches
+  for (const char m : mask) {
+    like += m == '*' ? in.Text(2) : std::string(1, m == '?' ? 'q' : m);
+  }
+  like = models::UpToNul(like);
+  const std::string other = models::UpToNul(in.Text(15));
+  for (const std::string& text :
+       {other, like, like.substr(!like.empty()), like + other,
+        like.substr(0, like.size() - !like.empty()), models::LowerCase(like)}) {
+    REQUIRE(StrMatch(text.c_str(), mask.c_str()) ==
+            models::Matches(text, mask));
+  }
 }
 
 inline void NameValue(Input in) {
@@ -277,10 +289,10 @@ struct Target {
   const char* name;
   void (*run)(Input);
 
-  void Run(const uint8_t* data, size_t size) const {
+  void Run(std::string_view input) const {
     // Without an exception log a failure of a call costs no record.
     GetQuorlLogger()->EnableExpLog(false);
-    run(Input(data, size));
+    run(Input(reinterpret_cast<const uint8_t*>(input.data()), input.size()));
   }
 };
 
