@@ -215,6 +215,8 @@ inline void Stream(Input in) {
     REQUIRE(stream.GetPosition() == at);
     // The position -1 is the failure value of a Seek, too.
     REQUIRE(at == -1 || stream.GetSize() == int64_t(bytes.size()));
+    REQUIRE(stream.Eof() ==
+            (!stream.GetMemory() || at >= int64_t(bytes.size())));
     REQUIRE(stream.GetCapacity() >= int64_t(bytes.size()));
     REQUIRE(memcmp(stream.GetMemory() ? stream.GetMemory() : "", bytes.data(),
                    bytes.size()) == 0);
