@@ -49,6 +49,15 @@ TEST(Strings, DefaultsAndCase) {
   EXPECT_LT(strNCaseInsensitiveCompare("aBx", "AbY", 3), 0);
 }
 
+// Copied in steps when there is no hit.
+TEST(Strings, ReplaceEndsALongTextAtItsFirstNul) {
+  for (const size_t length : {4095U, 4096U, 4097U, 8192U, 10000U}) {
+    const string text(length, 'x');
+    EXPECT_EQ(StrReplace(text, "y", "z"), text);
+    EXPECT_EQ(StrReplace(text + "\0x"s, "y", "z"), text);
+  }
+}
+
 TEST(Codecs, ExampleAndFailures) {
   string text = "foobar", bytes;
   base64_encode(reinterpret_cast<unsigned char*>(text.data()), 5, bytes);
