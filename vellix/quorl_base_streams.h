@@ -104,8 +104,9 @@ class CHandleStream : public CQuorlStreamImpl {
   // Makes the file `newSize` bytes long and always leaves the position at 0.
   //
   // Failure: false, recorded: kFileFailure "Stream Size less than Seek" when
-  // the seek to the new end fails, or what file_set_current_end recorded.
-  // Success leaves the object as it was.
+  // the seek to the new end fails, or what file_set_current_end recorded; where
+  // nothing can be sought, what the seek to 0 recorded after it. Success leaves
+  // the object as it was.
   bool SetSize(int64_t newSize) override;
 
   // file_read. At the end of the file: -1, recorded as kEndOfData, and Eof is
@@ -162,7 +163,7 @@ class CCustomMemoryStream : public CQuorlStreamImpl {
   void SetPointer(void* block, int64_t size);
 
   // Copies up to `count` bytes from the position on; 0 at the end is no
-  // failure.
+  // failure. The result is negative for 2 GiB and more that were copied.
   //
   // Failure: -1, recorded: kNullPointer "Bad pointer", kEndOfData "self Buffer
   // is end" for a position beyond the size; -1 with nothing recorded for a
@@ -172,8 +173,8 @@ class CCustomMemoryStream : public CQuorlStreamImpl {
   // A position up to the size is good, a negative one too.
   //
   // Failure: -1, recorded: kGeneralFailure "Unexpected error" for an unknown
-  // origin, kEndOfData "Position can't large than end". Success clears the
-  // object.
+  // origin and for a position below INT64_MIN, kEndOfData "Position can't large
+  // than end". Success clears the object.
   int64_t Seek(int64_t offset, SeekOrigin origin) override;
 
   // True without a block, and at the end of it.
@@ -212,8 +213,9 @@ class CMemoryStream : public CCustomMemoryStream {
   int64_t GetCapacity() const { return capacity_; }
 
   // Brings the block to `newCapacity` bytes as Realloc rounds them; must not go
-  // below the size. Throws what Realloc recorded, or kOutOfMemory "No enough
-  // memory" if it recorded nothing; the stream is then unchanged.
+  // below the size. When Realloc gives null: throws what the object holds, or
+  // kOutOfMemory "No enough memory" if that is nothing; the stream is then
+  // unchanged. An overriding Realloc clears or records.
   void SetCapacity(int64_t newCapacity);
 
   // Empties the stream and frees the block. Throws what SetCapacity throws.
@@ -227,7 +229,7 @@ class CMemoryStream : public CCustomMemoryStream {
   bool SetSize(int64_t newSize) override;
 
   // Writes all `count` bytes of `buffer`, which is not tested, at the position,
-  // growing as needed.
+  // growing as needed. The result is negative for 2 GiB and more.
   //
   // Failure: -1, recorded: kBadArgument "Count can't less than zero" for a
   // negative position, kTooSmall "Dest buffer is not enough" for no bytes at

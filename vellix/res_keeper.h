@@ -26,8 +26,9 @@ class ResKeeper {
   void Attach(void* block);
 
   // Brings the block to `bytes`, keeping what fits, and gives the block; it
-  // may have moved. Throws kOutOfMemory "No enough memory"; the old block is
-  // then still allocated and no longer the keeper's.
+  // may have moved. 0 keeps a block that has room for nothing. Throws
+  // kOutOfMemory "No enough memory"; the old block is then still allocated and
+  // no longer the keeper's.
   void* Realloc(size_t bytes);
 
   // Hands the block to the caller, who frees it; null if there is none.

@@ -20,7 +20,8 @@ class CDataBuffer2 {
     unsigned long length;  // bytes as pushed
   };
 
-  // An empty buffer. With a lock, throws what init_critical throws.
+  // An empty buffer. Throws std::bad_alloc and, with a lock, what init_critical
+  // throws.
   explicit CDataBuffer2(bool useLock);
   CDataBuffer2(const CDataBuffer2&) = delete;
   CDataBuffer2& operator=(const CDataBuffer2&) = delete;
