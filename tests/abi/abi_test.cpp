@@ -8,7 +8,11 @@
 #include <cstdio>
 #include <string>
 
+class IQuorlException;
+
 namespace QuorlBased {
+
+class IQuorlLogger;
 
 // A host's own stream, under the name of the interface that it stands for.
 class IQuorlStream {
@@ -53,11 +57,11 @@ struct Abi : testing::Test {
   }
 
   void* const library = dlopen(VELLIX_LIBRARY, RTLD_NOW | RTLD_LOCAL);
-  void* const logger = Export<void*()>("GetQuorlLogger")();
+  void* const logger = Export<QuorlBased::IQuorlLogger*()>("GetQuorlLogger")();
 };
 
 TEST_F(Abi, RecordAndLoggerBySlot) {
-  const auto get = Export<void*()>("GetQuorlException");
+  const auto get = Export<IQuorlException*()>("GetQuorlException");
   void* record = get();
   const auto source = [&record] {
     int line = 0;

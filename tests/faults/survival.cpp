@@ -205,6 +205,7 @@ void SayAll(const std::function<void(CQuorlLogger&)>& set,
   });
   Join(threads);
   const Reader reader(log());
+  if (logger.GetLogFile()) logger.GetLogStream()->Free();
   EXPECT_EQ(reader.torn + reader.others.size(), 0U);
   for (const int count : reader.next) EXPECT_EQ(count, records);
 }
