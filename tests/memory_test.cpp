@@ -13,7 +13,7 @@ using support::Recorded;
 namespace {
 
 bool no_memory = false;
-size_t asked = 0;
+thread_local size_t asked = 0;
 bool close_fails = false;
 
 int32_t Write(CMemoryStream& stream, const std::string& bytes) {
