@@ -5,7 +5,7 @@
 
 #include "vellix/sysutils_clock.h"
 
-using namespace QuorlBased;  // NOLINT
+using namespace QuorlBased;
 
 // A reading older than the start would come out as an eternity, an empty rate
 // as a division by zero.

@@ -7,7 +7,7 @@
 #include "vellix/sysutils_memory.h"
 #include "vellix/sysutils_strings.h"
 
-using namespace QuorlBased;  // NOLINT
+using namespace QuorlBased;
 using support::Recorded;
 
 namespace {
