@@ -13,8 +13,8 @@ namespace QuorlBased {
 // The absolute path of `path`, links, "." and ".." resolved (realpath of
 // POSIX). What does not exist is no failure: the existing part is resolved, the
 // rest appended, its "." dropped and each ".." taking one component away. A
-// dangling link gives its target. A closing slash survives; the empty text
-// stays empty.
+// dangling link gives its target up to the first component that is missing
+// there. A closing slash survives; the empty text stays empty.
 //
 //   expand_path("/tmp/missing/../x/")  ->  "/tmp/x/"
 //
