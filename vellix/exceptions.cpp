@@ -1,11 +1,6 @@
 #include "vellix/exceptions.h"
 
-#include <cstring>
 #include <functional>
-#include <utility>
-
-#include "vellix/exceptions_report.h"
-#include "vellix/sysutils_strings.h"
 
 namespace {
 
@@ -67,26 +62,3 @@ void CBaseException::Copy(IQuorlException* src) {
   const int code = src->GetExceptionCode();
   SetException(code, msg, line, file.c_str());
 }
-
-namespace QuorlBased {
-
-CBaseException FailureSource::SystemFailure(int error, int code,
-                                            const char* prefix,
-                                            int line) const {
-  CBaseException failure(code, "", line, name_);
-  std::string& message = failure.message_;
-  message.reserve(128);  // one block for nearly all
-  message += prefix;
-  message += ": errno: ";
-  message += IntToStr(error);
-  message += ' ';
-  message += strerror(error);
-  return failure;
-}
-
-void RaiseStoredFailure() {
-  IQuorlException* stored = GetQuorlException();
-  if (stored->GetExceptionCode() != 0) throw CBaseException(stored);
-}
-
-}  // namespace QuorlBased

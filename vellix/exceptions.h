@@ -12,10 +12,6 @@
 #include <cstdint>
 #include <string>
 
-namespace QuorlBased {
-class FailureSource;
-}
-
 // A failure as every module of the process sees it. The order of the
 // operations is part of the binary interface. There is no destructor: nobody
 // may delete an object through this type.
@@ -79,8 +75,6 @@ class CBaseException : public IQuorlException {
   const char* GetMsg() const { return message_.c_str(); }
 
  private:
-  friend class QuorlBased::FailureSource;  // composes a message in its place
-
   int32_t code_ = 0;
   std::string message_;
   int32_t line_ = 0;

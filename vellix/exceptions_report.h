@@ -2,7 +2,11 @@
 //
 // A failure is thrown as a CBaseException. A boundary operation runs its body
 // under Guard, which records what leaves the body in the calling thread's
-// exception object and gives the operation's failure value.
+// failure record and returns the operation's failure value.
+//
+// Nothing in the toolkit decides by reading the record back: recording a
+// failure logs it, and the log's target may clear the record or fail in its
+// turn. What the toolkit wants to know of a failure travels as a value.
 #ifndef VELLIX_EXCEPTIONS_REPORT_H_
 #define VELLIX_EXCEPTIONS_REPORT_H_
 
@@ -11,18 +15,16 @@
 #include <cerrno>
 #include <exception>
 #include <type_traits>
+#include <utility>
 
 #include "vellix/exceptions.h"
 
 namespace QuorlBased {
 
-// First statement of a `catch (...)`. The unwinding by which a thread is
-// cancelled or exits must not be swallowed, or the process aborts. It is no C++
-// exception, so that there is no current one; abi::__forced_unwind has no
-// object either, and a handler for it would bind a null reference.
-inline void LetUnwindingPass() {
-  if (!std::current_exception()) throw;
-}
+// First statement of a `catch (...)`. Rethrows the unwinding by which a thread
+// is cancelled or exits: a handler that swallows it aborts the process. Returns
+// for an exception, one of another language's run time included.
+void LetUnwindingPass();
 
 // Keeps the calling thread from being cancelled while it lives.
 class CancellationHold {
@@ -43,8 +45,8 @@ class FailureSource {
  public:
   explicit constexpr FailureSource(const char* name) : name_(name) {}
 
-  // Throws the failure. Inlined as RaiseErrno is: the unwinding takes most of
-  // the time of a failure, and each call that it has to leave a fifth of that.
+  // Throws the failure. Inlined, as RaiseErrno is: unwinding takes most of the
+  // time of a failure, and each frame that it leaves adds a fifth.
   [[noreturn, gnu::always_inline]] void Raise(
       int code, const char* msg, int line = __builtin_LINE()) const {
     throw CBaseException(code, msg, line, name_);
@@ -59,14 +61,22 @@ class FailureSource {
     throw SystemFailure(error, code, prefix, line);
   }
 
-  // Runs `body` and gives its result. What leaves it ends in the calling
-  // thread's exception object, and the result is then `failure`.
+  // The same for an errno that was read before.
+  [[noreturn, gnu::always_inline]] void RaiseError(
+      int error, int code, const char* prefix,
+      int line = __builtin_LINE()) const {
+    throw SystemFailure(error, code, prefix, line);
+  }
+
+  // Runs `body` and returns its result. What leaves it is recorded, and the
+  // result is then `failure`. With `kept` the failure is stored there as well,
+  // whatever becomes of the record.
   //
-  // The unwinding by which a thread is cancelled or exits must not be
-  // swallowed, or the process aborts: it passes.
+  // Forced unwinding passes. So does what the recording throws: std::bad_alloc,
+  // and what a foreign log target throws.
   template <typename Body>
   std::invoke_result_t<Body&> Guard(std::invoke_result_t<Body&> failure,
-                                    Body body,
+                                    Body body, CBaseException* kept = nullptr,
                                     int line = __builtin_LINE()) const {
     try {
       return body();
@@ -74,14 +84,13 @@ class FailureSource {
       // The log's write may be cancelled. That unwinding would meet the write's
       // own guard while `e` is still caught, which ends the process.
       const CancellationHold hold;
-      GetQuorlException()->Copy(&e);
+      if (kept) *kept = std::move(e);
+      GetQuorlException()->Copy(kept ? kept : &e);
     } catch (const std::exception& e) {
-      GetQuorlException()->SetException(kStandardException, e.what(), line,
-                                        name_);
+      Set(kStandardException, e.what(), line, kept);
     } catch (...) {
       LetUnwindingPass();
-      GetQuorlException()->SetException(kGeneralFailure, "Unknown exception",
-                                        line, name_);
+      Set(kGeneralFailure, "Unknown exception", line, kept);
     }
     return failure;
   }
@@ -96,19 +105,41 @@ class FailureSource {
           body();
           return true;
         },
-        line);
+        nullptr, line);
+  }
+
+  // Guard for an operation that must itself fail by throwing: what it has
+  // recorded leaves it as a CBaseException.
+  template <typename Body>
+  std::invoke_result_t<Body&> Relay(Body body,
+                                    int line = __builtin_LINE()) const {
+    CBaseException failure;
+    std::invoke_result_t<Body&> result{};
+    const auto run = [&] {
+      result = body();
+      return true;
+    };
+    if (!Guard(false, run, &failure, line)) throw failure;
+    return result;
   }
 
  private:
+  // Records a failure without a log record.
+  void Set(int code, const char* msg, int line, CBaseException* kept) const;
+
   CBaseException SystemFailure(int error, int code, const char* prefix,
                                int line) const;
 
   const char* name_;
 };
 
-// Throws a copy of the failure that the calling thread's exception object
-// holds, if it holds one. For an operation that called a boundary operation
-// and must itself fail by throwing.
+// The calling thread's record; null when there is none and no memory for one.
+// There is nothing to clear then.
+IQuorlException* RecordIfAny();
+
+// Throws a copy of the failure that the calling thread's record holds, if it
+// holds one. For what a host's own code has put there, and nothing else: of the
+// toolkit's failures the record may have lost the true reason.
 void RaiseStoredFailure();
 
 }  // namespace QuorlBased

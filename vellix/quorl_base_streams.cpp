@@ -25,11 +25,12 @@ bool WriteAll(IQuorlStream& stream, const char* bytes, int64_t count) {
 }
 
 // Moves `count` bytes; false when a Read or Write failed and recorded why.
-bool CopyBytes(IQuorlStream& source, IQuorlStream& dest, int64_t count) {
+bool Transfer(IQuorlStream& source, IQuorlStream& dest, int64_t count) {
   ResKeeper keeper;
   // A negative size becomes a request that no heap can meet.
   const int64_t block = std::min(count, kTransferBytes);
-  auto* buffer = static_cast<char*>(keeper.Alloc(static_cast<size_t>(block)));
+  auto* buffer =
+      static_cast<char*>(keeper.Alloc(static_cast<uint64_t>(block)));
   int64_t remaining = count;
   while (remaining > 0) {
     const int64_t asked = std::min(remaining, block);
@@ -69,11 +70,12 @@ int64_t CQuorlStreamImpl::CopyFrom(IQuorlStream* source, int64_t count) {
       kStreams.Raise(kBadArgument, "Count can't be less than zero");
     }
     if (!source) kStreams.Raise(kNullPointer, "Bad pointer");
+    GetQuorlException();  // while nothing is copied: Clear needs it at the end
     if (count == 0) {
       source->SetPosition(0);
       count = source->GetSize();
     }
-    if (!CopyBytes(*source, *this, count)) return -1;
+    if (!Transfer(*source, *this, count)) return -1;
     GetQuorlException()->Clear();
     return count;
   });
@@ -83,7 +85,8 @@ bool CQuorlStreamImpl::IsStream() { return false; }
 
 void CQuorlStreamImpl::Free() {
   kStreams.Guard([this] {
-    GetQuorlException()->Clear();
+    // The stream goes even where there is no memory for a record.
+    if (IQuorlException* record = RecordIfAny()) record->Clear();
     delete this;
   });
 }

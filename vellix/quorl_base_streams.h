@@ -263,6 +263,11 @@ class CMemoryStream : public CCustomMemoryStream {
 
  protected:
   int64_t capacity_ = 0;
+
+ private:
+  const void* GrowTo(int64_t end, const void* source);
+
+  CBaseException realloc_failure_;  // of the last call of this class's Realloc
 };
 
 }  // namespace QuorlBased

@@ -1,13 +1,13 @@
 #include "vellix/quorl_base_streams.h"
 #include "vellix/quorl_streams_internal.h"
 #include "vellix/sysutils_files.h"
+#include "vellix/sysutils_files_core.h"
+#include "vellix/sysutils_internal.h"
 
 namespace QuorlBased {
 
 int32_t file_open_exp(const std::string& path, const uint16_t& mode) {
-  const int32_t handle = file_open(path, mode);
-  if (handle == -1) RaiseStoredFailure();
-  return handle;
+  return kSysutils.Relay([&] { return OpenFile(path, mode); });
 }
 
 CHandleStream::CHandleStream(int32_t handle) : handle_(handle) {
@@ -20,24 +20,27 @@ CHandleStream::CHandleStream(int32_t handle) : handle_(handle) {
 CHandleStream::~CHandleStream() = default;
 
 bool CHandleStream::SetSize(int64_t newSize) {
-  const bool done = kStreams.Guard(false, [&] {
+  CBaseException failure;
+  const auto set_size = [&] {
     if (Seek(newSize, SeekBegin) == -1) {
       kStreams.Raise(kFileFailure, "Stream Size less than Seek");
     }
-    if (!file_set_current_end(handle_)) RaiseStoredFailure();
-    return true;
-  });
+    return kSysutils.Relay([this] {
+      SetCurrentEnd(handle_);
+      return true;
+    });
+  };
+  const bool done = kStreams.Guard(false, set_size, &failure);
   Seek(0, SeekBegin);
   eof_ = false;
+  // Where nothing can be sought, the last seek has recorded its own failure.
+  if (!done) PutBack(failure);
   return done;
 }
 
 int32_t CHandleStream::Read(void* buffer, uint32_t count) {
-  const int32_t moved = file_read(handle_, buffer, count);
-  if (moved == -1 && GetQuorlException()->GetExceptionCode() == kEndOfData) {
-    eof_ = true;
-  }
-  return moved;
+  return kSysutils.Guard(
+      -1, [&] { return ReadSome(handle_, buffer, count, &eof_); });
 }
 
 int32_t CHandleStream::Write(const void* buffer, uint32_t count) {

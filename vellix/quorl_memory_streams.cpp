@@ -1,51 +1,67 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 #include "vellix/quorl_base_streams.h"
 #include "vellix/quorl_streams_internal.h"
 #include "vellix/res_keeper.h"
+#include "vellix/sysutils_files.h"
+#include "vellix/sysutils_files_core.h"
+#include "vellix/sysutils_internal.h"
 
 namespace QuorlBased {
 namespace {
 
 constexpr uint64_t kGrowthStep = 8192;
 
-// The mode word of LoadFromFile; its low bits say read only.
-constexpr uint16_t kLoadMode = 0x0020;
-constexpr uint16_t kSaveMode = 0xFFFF;
+constexpr uint16_t kLoadMode = 0x0020;  // the low bits say read only
+
+// A file for the length of one call.
+class CallFile : public CFileStream {
+ public:
+  using CFileStream::CFileStream;
+
+  // file_close that tells whether it succeeded. The destructor closes the file
+  // where this is not reached.
+  bool Close() {
+    const CancellationHold hold;
+    const int32_t handle = std::exchange(handle_, 0);
+    return handle == 0 || kSysutils.Guard(false, [handle] {
+      CloseFile(handle);
+      return true;
+    });
+  }
+};
+
+struct FileOutcome {
+  bool done;    // what `work` returned
+  bool closed;  // the system may report only now that data were lost
+};
 
 // Runs `work` on a stream over the file `path`. Closing the file clears the
-// thread's exception object, so what a failed `work` recorded is put back
-// afterwards, past the log, where it is already.
+// record, so what a failed `work` left there is put back.
 template <typename Work>
-bool WithFile(const std::string& path, uint16_t mode, Work work) {
+FileOutcome WithFile(const std::string& path, uint16_t mode, Work work) {
+  CallFile file(path, mode);
   CBaseException failure;
-  bool done = false;
-  {
-    CFileStream file(path, mode);
-    done = work(file);
-    if (!done) failure.Copy(GetQuorlException());
-  }
-  if (failure.GetCode() != 0) {
-    int line = 0;
-    const char* source = failure.GetExceptionSource(&line);
-    GetQuorlException()->SetException(failure.GetCode(), failure.GetMsg(), line,
-                                      source);
-  }
-  return done;
+  const bool done = work(file);
+  if (!done) failure.Copy(GetQuorlException());
+  const bool closed = file.Close();
+  PutBack(failure);
+  return {done, closed};
 }
 
-// Copies `count` bytes; neither pointer is touched for none. A portion of 32 to
-// 64 bytes goes as two halves that overlap: a call of memcpy takes longer than
-// its copy, and a quarter of the time of such a Read or Write.
+// Copies `count` bytes, which may overlap; neither pointer is touched for none.
+// 32 to 64 bytes go as two halves instead of a call of memmove: a fifth less
+// time for a Read or Write of 64 bytes.
 inline void CopyBytes(void* to, const void* from, size_t count) {
   struct Half {
     uint64_t words[4];
   };
   constexpr size_t half = sizeof(Half);
   if (count < half || count > 2 * half) {
-    if (count > 0) memcpy(to, from, count);
+    if (count > 0) memmove(to, from, count);
     return;
   }
   Half first;
@@ -91,6 +107,7 @@ int32_t CCustomMemoryStream::Read(void* buffer, uint32_t count) {
 
 int64_t CCustomMemoryStream::Seek(int64_t offset, SeekOrigin origin) {
   return kStreams.Guard(-1, [&] {
+    IQuorlException* record = GetQuorlException();  // while nothing is moved
     int64_t base = 0;
     switch (origin) {
       case SeekBegin:
@@ -113,7 +130,7 @@ int64_t CCustomMemoryStream::Seek(int64_t offset, SeekOrigin origin) {
       kStreams.Raise(kEndOfData, "Position can't large than end");
     }
     position_ = target;
-    GetQuorlException()->Clear();
+    record->Clear();
     return position_;
   });
 }
@@ -133,12 +150,9 @@ bool CCustomMemoryStream::SaveToStream(CQuorlStreamImpl* dest) {
 bool CCustomMemoryStream::SaveToFile(const std::string& path) {
   return kStreams.Guard(false, [&] {
     GetQuorlException()->Clear();
-    const bool saved = WithFile(path, kSaveMode, [&](CFileStream& file) {
-      return SaveToStream(&file);
-    });
-    // A good save has left the record empty. What is there now comes from the
-    // close, by which the system may report that data were lost.
-    return saved && GetQuorlException()->GetExceptionCode() == 0;
+    const auto save = [this](CFileStream& file) { return SaveToStream(&file); };
+    const FileOutcome outcome = WithFile(path, kCreateFile, save);
+    return outcome.done && outcome.closed;
   });
 }
 
@@ -148,8 +162,12 @@ CMemoryStream::~CMemoryStream() {
 
 void CMemoryStream::SetCapacity(int64_t newCapacity) {
   const bool release = newCapacity == 0;
+  // An override has its failure in the record, or nothing.
+  GetQuorlException()->Clear();
+  realloc_failure_.Clear();
   void* block = Realloc(newCapacity);
   if (!block && !(release && newCapacity == 0)) {
+    if (realloc_failure_.GetCode() != 0) throw std::move(realloc_failure_);
     RaiseStoredFailure();
     kStreams.Raise(kOutOfMemory, "No enough memory");
   }
@@ -179,6 +197,7 @@ bool CMemoryStream::SetSize(int64_t newSize) {
 
 int32_t CMemoryStream::Write(const void* buffer, uint32_t count) {
   return kStreams.Guard(-1, [&] {
+    IQuorlException* record = GetQuorlException();  // while nothing is written
     if (position_ < 0) {
       kStreams.Raise(kBadArgument, "Count can't less than zero");
     }
@@ -189,14 +208,28 @@ int32_t CMemoryStream::Write(const void* buffer, uint32_t count) {
     if (end == 0) kStreams.Raise(kTooSmall, "Dest buffer is not enough");
     if (end > size_) {
       // The capacity says nothing of a block that was handed in.
-      if (end > capacity_ || handed_in_) SetCapacity(std::max(end, capacity_));
+      if (end > capacity_ || handed_in_) {
+        buffer = GrowTo(end, buffer);
+        record = GetQuorlException();  // an override may have released it
+      }
       size_ = end;
     }
     CopyBytes(static_cast<char*>(memory_) + position_, buffer, count);
     position_ = end;
-    GetQuorlException()->Clear();
+    record->Clear();
     return static_cast<int32_t>(count);
   });
+}
+
+// Makes room up to `end`. Returns `source`, or where it is now if it lies in
+// the block, which may move.
+const void* CMemoryStream::GrowTo(int64_t end, const void* source) {
+  const auto offset = reinterpret_cast<uintptr_t>(source) -
+                      reinterpret_cast<uintptr_t>(memory_);
+  const int64_t extent = handed_in_ ? size_ : capacity_;
+  const bool inside = memory_ && offset < static_cast<uint64_t>(extent);
+  SetCapacity(std::max(end, capacity_));
+  return inside ? static_cast<const char*>(memory_) + offset : source;
 }
 
 bool CMemoryStream::LoadFromStream(IQuorlStream* source) {
@@ -207,6 +240,8 @@ bool CMemoryStream::LoadFromStream(IQuorlStream* source) {
     if (source_size <= 0) kStreams.Raise(kNoData, "Soure Stream is empty");
     // Without memory for all of it the copy fails where the memory ends.
     SetSize(source_size);
+    // An override that refuses to shrink would leave a tail of what was there.
+    if (size_ > source_size) return false;
     Seek(0, SeekBegin);
     return CopyFrom(source, source_size) != -1;
   });
@@ -215,13 +250,15 @@ bool CMemoryStream::LoadFromStream(IQuorlStream* source) {
 bool CMemoryStream::LoadFromFile(const std::string& path) {
   return kStreams.Guard(false, [&] {
     GetQuorlException()->Clear();
-    return WithFile(path, kLoadMode,
-                    [&](CFileStream& file) { return LoadFromStream(&file); });
+    const auto load = [this](CFileStream& file) {
+      return LoadFromStream(&file);
+    };
+    return WithFile(path, kLoadMode, load).done;
   });
 }
 
 void* CMemoryStream::Realloc(int64_t& newCapacity) {
-  return kStreams.Guard(nullptr, [&]() -> void* {
+  const auto reallocate = [&]() -> void* {
     GetQuorlException()->Clear();
     // First, so that a block which was handed in at capacity 0 is freed too.
     if (newCapacity == 0) {
@@ -236,12 +273,13 @@ void* CMemoryStream::Realloc(int64_t& newCapacity) {
     ResKeeper keeper;
     if (memory_) {
       keeper.Attach(memory_);
-      keeper.Realloc(static_cast<size_t>(newCapacity));
+      keeper.Realloc(static_cast<uint64_t>(newCapacity));
     } else {
-      keeper.Alloc(static_cast<size_t>(newCapacity));
+      keeper.Alloc(static_cast<uint64_t>(newCapacity));
     }
     return keeper.Release();
-  });
+  };
+  return kStreams.Guard(nullptr, reallocate, &realloc_failure_);
 }
 
 }  // namespace QuorlBased

@@ -8,11 +8,22 @@ namespace QuorlBased {
 
 inline constexpr FailureSource kStreams("../quorl_base_streams");
 
-// Runs `body`, the last work of a stream, in its destructor. A boundary lets
-// something out when it cannot record a failure, for want of memory; while
-// another exception passes, that would end the process.
+// Puts a failure back into the calling thread's record, without a second log
+// record. Does nothing for code 0.
+inline void PutBack(const CBaseException& failure) {
+  if (failure.GetCode() == 0) return;
+  int line = 0;
+  const char* source = failure.GetExceptionSource(&line);
+  GetQuorlException()->SetException(failure.GetCode(), failure.GetMsg(), line,
+                                    source);
+}
+
+// Runs `body`, the last work of a stream, in its destructor, which is no point
+// of cancellation. A boundary lets something out when there is no memory to
+// record a failure; while another exception passes, that would end the process.
 template <typename Body>
 void EndStream(Body body) {
+  const CancellationHold hold;
   try {
     body();
   } catch (...) {

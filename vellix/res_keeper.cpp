@@ -14,10 +14,10 @@ constexpr FailureSource kResKeeper("../res_keeper");
 
 ResKeeper::~ResKeeper() { free(ptr_); }
 
-void* ResKeeper::Alloc(size_t bytes) {
+void* ResKeeper::Alloc(uint64_t bytes) {
   free(ptr_);
-  ptr_ = bytes <= PTRDIFF_MAX ? malloc(bytes) : nullptr;
-  size_ = ptr_ ? bytes : 0;
+  ptr_ = bytes <= PTRDIFF_MAX ? malloc(static_cast<size_t>(bytes)) : nullptr;
+  size_ = ptr_ ? static_cast<size_t>(bytes) : 0;
   if (!ptr_) kResKeeper.Raise(kOutOfMemory, "No enough memory");
   return ptr_;
 }
@@ -28,11 +28,11 @@ void ResKeeper::Attach(void* block) {
   ptr_ = block;
 }
 
-void* ResKeeper::Realloc(size_t bytes) {
-  // A realloc to 0 bytes may free the block and give null: ask for one.
-  const size_t asked = bytes > 0 ? bytes : 1;
+void* ResKeeper::Realloc(uint64_t bytes) {
+  // A realloc to 0 bytes may free the block and return null: ask for one.
+  const auto asked = static_cast<size_t>(bytes > 0 ? bytes : 1);
   ptr_ = bytes <= PTRDIFF_MAX ? realloc(ptr_, asked) : nullptr;
-  size_ = ptr_ ? bytes : 0;
+  size_ = ptr_ ? static_cast<size_t>(bytes) : 0;
   if (!ptr_) kResKeeper.Raise(kOutOfMemory, "No enough memory");
   return ptr_;
 }

@@ -3,6 +3,7 @@
 #define VELLIX_RES_KEEPER_H_
 
 #include <cstddef>
+#include <cstdint>
 
 namespace QuorlBased {
 
@@ -16,20 +17,20 @@ class ResKeeper {
   ~ResKeeper();
 
   // Frees the block held, allocates a block of `bytes`, not initialised, and
-  // gives it; it stays the keeper's. Throws kOutOfMemory "No enough memory",
-  // for more than PTRDIFF_MAX bytes without asking the heap; the keeper then
-  // holds nothing.
-  void* Alloc(size_t bytes);
+  // returns it; it stays the keeper's. Throws kOutOfMemory "No enough memory";
+  // the keeper then holds nothing. More than PTRDIFF_MAX bytes, the limit of
+  // 32-bit systems too, are refused without asking the heap.
+  void* Alloc(uint64_t bytes);
 
   // Takes over `block`, which must come from malloc or realloc. A null `block`
   // leaves the keeper as it was; a block held before is freed.
   void Attach(void* block);
 
-  // Brings the block to `bytes`, keeping what fits, and gives the block; it
+  // Brings the block to `bytes`, keeping what fits, and returns the block; it
   // may have moved. 0 keeps a block that has room for nothing. Throws
   // kOutOfMemory "No enough memory"; the old block is then still allocated and
   // no longer the keeper's.
-  void* Realloc(size_t bytes);
+  void* Realloc(uint64_t bytes);
 
   // Hands the block to the caller, who frees it; null if there is none.
   void* Release();

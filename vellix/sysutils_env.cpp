@@ -14,43 +14,53 @@ namespace {
 
 constexpr char kLoadPath[] = "LD_LIBRARY_PATH";
 
-}  // namespace
-
-bool get_environment_variable(const std::string& name, std::string& value) {
-  return kSysutils.Guard(false, [&] {
+// get_environment_variable, which also stores its failure in `kept`.
+bool ReadVariable(const std::string& name, std::string& value,
+                  CBaseException* kept) {
+  const auto read = [&] {
     const char* text = std::getenv(name.c_str());
     if (!text) {
       kSysutils.RaiseErrno(kNotFound, "get_environment_variable error");
     }
     value = text;
     return true;
-  });
+  };
+  return kSysutils.Guard(false, read, kept);
+}
+
+}  // namespace
+
+bool get_environment_variable(const std::string& name, std::string& value) {
+  return ReadVariable(name, value, nullptr);
 }
 
 bool set_environment_variable(const std::string& name,
                               const std::string& value) {
   return kSysutils.Guard(false, [&] {
+    IQuorlException* record = GetQuorlException();  // while nothing is changed
     if (setenv(name.c_str(), value.c_str(), 1) != 0) {
       kSysutils.RaiseErrno(kGeneralFailure, "set_environment_variable error");
     }
-    GetQuorlException()->Clear();
+    record->Clear();
     return true;
   });
 }
 
 bool delete_environment_variable(const std::string& name) {
   return kSysutils.Guard(false, [&] {
+    IQuorlException* record = GetQuorlException();  // while nothing is changed
     unsetenv(name.c_str());
-    GetQuorlException()->Clear();
+    record->Clear();
     return true;
   });
 }
 
 void dll_set_load_path(const std::string& dir) {
   std::string load_path;
-  if (!get_environment_variable(kLoadPath, load_path) &&
-      GetQuorlException()->GetExceptionCode() != kNotFound) {
-    return;  // what is there could not be read, and must not be lost
+  CBaseException failure;
+  if (!ReadVariable(kLoadPath, load_path, &failure) &&
+      failure.GetCode() != kNotFound) {
+    return;  // set, but there was no memory to read it: it must not be lost
   }
   const std::list<std::string> entries = StrSplit(load_path, ":");
   if (std::find(entries.begin(), entries.end(), dir) != entries.end()) return;

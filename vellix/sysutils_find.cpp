@@ -1,5 +1,6 @@
 #include "vellix/sysutils_find.h"
 
+#include <cerrno>
 #include <memory>
 
 #include "vellix/sysutils_internal.h"
@@ -10,9 +11,28 @@ namespace QuorlBased {
 namespace {
 
 struct SearchCloser {
-  void operator()(find_data* search) const { find_close(search); }
+  void operator()(find_data* search) const {
+    const CancellationHold hold;  // the close may be a point of cancellation
+    find_close(search);
+  }
 };
 using SearchHolder = std::unique_ptr<find_data, SearchCloser>;
+
+// find_next, which also stores the errno with which the directory ended.
+bool Advance(find_data* search, int* error) {
+  return kSysutils.Guard(false, [&] {
+    if (!search) kSysutils.Raise(kNullPointer, "Bad pointer");
+    do {
+      search->entry = readdir(search->dir);
+      // The end of the directory leaves errno as it was: it is reported as is.
+      *error = errno;
+      if (!search->entry) {
+        kSysutils.RaiseError(*error, kGeneralFailure, "find_next error");
+      }
+    } while (!StrMatch(search->entry->d_name, search->pattern.c_str()));
+    return true;
+  });
+}
 
 bool OnDotEntry(const find_data& search) {
   const std::string name = search.entry->d_name;
@@ -39,25 +59,17 @@ find_data* find_first(const char* path, const char* pattern) {
   search->pattern = pattern;
   search->dir = opendir(search->path.c_str());
   if (!search->dir) kSysutils.RaiseErrno(kGeneralFailure, "find_first error");
-  if (!find_next(search.get())) {
-    kSysutils.RaiseErrno(kGeneralFailure, "find_first error");
+  int error = 0;
+  if (!Advance(search.get(), &error)) {
+    kSysutils.RaiseError(error, kGeneralFailure, "find_first error");
   }
   SkipDotEntries(search.get());
   return search.release();
 }
 
 bool find_next(find_data* search) {
-  return kSysutils.Guard(false, [&] {
-    if (!search) kSysutils.Raise(kNullPointer, "Bad pointer");
-    do {
-      search->entry = readdir(search->dir);
-      // The end of the directory leaves errno as it was: it is reported as is.
-      if (!search->entry) {
-        kSysutils.RaiseErrno(kGeneralFailure, "find_next error");
-      }
-    } while (!StrMatch(search->entry->d_name, search->pattern.c_str()));
-    return true;
-  });
+  int error = 0;
+  return Advance(search, &error);
 }
 
 std::string find_get_path(const find_data* search) {
