@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <string_view>
+#include <system_error>
 #include <utility>
 
 #include "vellix/sysutils_env.h"
@@ -21,32 +22,64 @@ constexpr mode_t kPermissions = 0777;  // less the umask
 constexpr uint32_t kWholeRest = 0xFFFFFFFF;
 
 // Resolves `path` into `resolved`, a buffer of PATH_MAX bytes. Returns 0 or the
-// system's error. With ENOENT the buffer holds the resolved path up to and
-// including the first component that is missing.
+// system's error.
 int Resolve(const char* path, char* resolved) {
   resolved[0] = '\0';
   return realpath(path, resolved) ? 0 : errno;
 }
 
-// Completes `resolved`, which Resolve left of the missing `path`: it does not
-// say which component was missing, so that is looked for from the end, where a
-// new file's name stands.
-std::string CompleteMissing(const char* path, std::string resolved) {
+[[noreturn]] void RaiseCannotExpand(int line = __builtin_LINE()) {
+  kSysutils.Raise(kGeneralFailure, "Can't expand path", line);
+}
+
+// A path that does not exist as a whole, parted where it ceases to.
+struct PartedPath {
+  std::filesystem::path existing;  // resolved
+  std::filesystem::path missing;   // the first component that is not there
+  std::filesystem::path rest;      // what follows it
+};
+
+// Looks for the missing component from the end, where a new file's name stands.
+PartedPath PartPath(const std::filesystem::path& path) {
+  PartedPath parts;
   std::filesystem::path tried = path;
-  std::filesystem::path rest;
-  char buffer[PATH_MAX];
+  char resolved[PATH_MAX];
   for (;;) {
-    const std::filesystem::path shorter = tried.parent_path();
-    if (shorter.empty() || Resolve(shorter.c_str(), buffer) != ENOENT) break;
-    resolved = buffer;
-    rest = tried.filename() / rest;
-    tried = shorter;
+    const std::filesystem::path parent = tried.parent_path();
+    if (!parts.missing.empty()) parts.rest = parts.missing / parts.rest;
+    parts.missing = tried.filename();
+    const int error = Resolve(parent.empty() ? "." : parent.c_str(), resolved);
+    if (error == 0) break;
+    // Where even "." is missing, the working directory was removed.
+    const bool at_start = parent.empty() || parent == tried;
+    if (error != ENOENT || at_start) RaiseCannotExpand();
+    tried = parent;
   }
-  if (rest.empty()) return resolved;
-  std::string whole = (resolved / rest).lexically_normal().string();
+  parts.existing = resolved;
+  return parts;
+}
+
+// `path` in its shortest form, without a closing slash.
+std::string Normalized(const std::filesystem::path& path) {
+  std::string normal = path.lexically_normal().string();
   // A dropped "." or ".." at the end leaves its slash.
-  if (whole.size() > 1 && whole.back() == '/') whole.pop_back();
-  return whole;
+  if (normal.size() > 1 && normal.back() == '/') normal.pop_back();
+  return normal;
+}
+
+// The full path of `path`, of which something is missing. The missing component
+// may be a link without a target: its text then takes its place.
+std::string CompleteMissing(std::filesystem::path path) {
+  constexpr int kMaxLinks = 40;  // as many as the system follows
+  for (int links = 0; links <= kMaxLinks; ++links) {
+    const PartedPath parts = PartPath(path);
+    const std::filesystem::path missing = parts.existing / parts.missing;
+    std::error_code no_link;
+    const auto target = std::filesystem::read_symlink(missing, no_link);
+    if (no_link) return Normalized(missing / parts.rest);
+    path = parts.existing / target / parts.rest;
+  }
+  RaiseCannotExpand();
 }
 
 // The position of the dot that begins the extension of the last component.
@@ -61,9 +94,14 @@ bool IsDirectory(const struct stat& status) { return S_ISDIR(status.st_mode); }
 // Makes one directory, or passes over the one that is there.
 void MakeOneDir(const std::string& path) {
   if (mkdir(path.c_str(), kPermissions) == 0) return;
+  if (errno != EEXIST) {
+    kSysutils.Raise(kGeneralFailure, "Can't create directory");
+  }
   struct stat status {};
-  if (errno != EEXIST || stat(path.c_str(), &status) != 0 ||
-      !IsDirectory(status)) {
+  if (stat(path.c_str(), &status) != 0) {
+    kSysutils.Raise(kGeneralFailure, "Can't create directory");
+  }
+  if (!IsDirectory(status)) {
     kSysutils.Raise(kGeneralFailure, "Can't create directory");
   }
 }
@@ -73,13 +111,11 @@ void MakeOneDir(const std::string& path) {
 std::string expand_path(const char* path) {
   char buffer[PATH_MAX];
   const int error = Resolve(path, buffer);
-  if (error != 0 && error != ENOENT) {
-    kSysutils.Raise(kGeneralFailure, "Can't expand path");
-  }
-  std::string expanded = buffer;
-  if (error == ENOENT) expanded = CompleteMissing(path, std::move(expanded));
+  if (error != 0 && error != ENOENT) RaiseCannotExpand();
   const std::string_view argument = path;
-  if (!argument.empty() && argument.back() == '/') {
+  if (argument.empty()) return {};
+  std::string expanded = error == 0 ? buffer : CompleteMissing(path);
+  if (argument.back() == '/') {
     expanded = include_path_backslash(expanded.c_str());
   }
   return expanded;

@@ -13,13 +13,14 @@ namespace QuorlBased {
 // The absolute path of `path`, links, "." and ".." resolved (realpath of
 // POSIX). What does not exist is no failure: the existing part is resolved, the
 // rest appended, its "." dropped and each ".." taking one component away. A
-// dangling link gives its target up to the first component that is missing
-// there. A closing slash survives; the empty text stays empty.
+// dangling link stands for its target, completed in the same way. A closing
+// slash survives; the empty text stays empty.
 //
 //   expand_path("/tmp/missing/../x/")  ->  "/tmp/x/"
 //
-// Failure: throws kGeneralFailure "Can't expand path", for a null `path` too.
-// Leaves the thread's exception object alone.
+// Failure: throws kGeneralFailure "Can't expand path", for a null `path` too,
+// and for a relative one when the working directory was removed. Leaves the
+// thread's failure record alone.
 std::string expand_path(const char* path);
 
 // The directory of the expanded path with its closing slash: all up to the last
