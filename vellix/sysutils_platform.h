@@ -3,6 +3,10 @@
 #ifndef VELLIX_SYSUTILS_PLATFORM_H_
 #define VELLIX_SYSUTILS_PLATFORM_H_
 
+#include <signal.h>
+#include <sys/types.h>
+
+#include <atomic>
 #include <cstdint>
 #include <string>
 
@@ -29,6 +33,23 @@ int32_t PlatformProcessorCount();
 // The full path of the running executable; empty when the system does not
 // tell.
 std::string PlatformExecutablePath();
+
+// A descriptor of the process `id`, closed on exec, which the caller closes; -1
+// where the system has none.
+int PlatformOpenProcess(pid_t id);
+
+// kill(2) and waitid(2) by such a descriptor. Fail with EBADF for what is no
+// descriptor of a process, with EINVAL or ENOSYS where the system cannot.
+int PlatformSignalProcess(int descriptor, int signal);
+int PlatformWaitProcess(int descriptor, siginfo_t* state, int options);
+
+// A new word that becomes 0 in a forked child, however it was forked. Null
+// where the system has no such memory. To be called once.
+std::atomic<uint32_t>* PlatformForkMark();
+
+// False only while the process has had no second thread. In a forked child the
+// threads of the parent count.
+bool PlatformHadThreads();
 
 // Fills `bytes` with random numbers that cannot be guessed; false on failure.
 bool PlatformRandom(void* buffer, uint32_t bytes);

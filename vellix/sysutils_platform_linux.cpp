@@ -1,9 +1,15 @@
+#include <sys/mman.h>
 #include <sys/random.h>
+#include <sys/single_threaded.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cctype>
 #include <cerrno>
 #include <ctime>
+#include <memory>
+#include <new>
 
 #include "vellix/sysutils_platform.h"
 
@@ -31,6 +37,38 @@ std::string PlatformExecutablePath() {
   return length > 0 ? std::string(buffer, static_cast<size_t>(length))
                     : std::string();
 }
+
+// By number: older C libraries have no functions for these calls.
+int PlatformOpenProcess(pid_t id) {
+  return static_cast<int>(syscall(SYS_pidfd_open, id, 0));
+}
+
+int PlatformSignalProcess(int descriptor, int signal) {
+  return static_cast<int>(
+      syscall(SYS_pidfd_send_signal, descriptor, signal, nullptr, 0));
+}
+
+int PlatformWaitProcess(int descriptor, siginfo_t* state, int options) {
+  constexpr auto kByDescriptor = static_cast<idtype_t>(3);  // P_PIDFD
+  return waitid(kByDescriptor, static_cast<id_t>(descriptor), state, options);
+}
+
+std::atomic<uint32_t>* PlatformForkMark() {
+  // The mark has a page of its own within the data of the library, so that it
+  // goes when the library is unloaded.
+  constexpr size_t kLargestPage = 65536;
+  static unsigned char room[2 * kLargestPage];
+  const auto page = static_cast<size_t>(sysconf(_SC_PAGESIZE));
+  void* start = room;
+  size_t space = sizeof room;
+  if (page > kLargestPage || !std::align(page, page, start, space) ||
+      madvise(start, page, MADV_WIPEONFORK) != 0) {
+    return nullptr;
+  }
+  return new (start) std::atomic<uint32_t>(0);
+}
+
+bool PlatformHadThreads() { return !__libc_single_threaded; }
 
 bool PlatformRandom(void* buffer, uint32_t bytes) {
   auto* next = static_cast<unsigned char*>(buffer);

@@ -8,10 +8,14 @@
 //   }
 //
 // Each run has a thread of its own, the launcher, which forks and then looks
-// every 10 milliseconds whether the child has ended. Run, RunBackgroundly,
-// SetWaitWhenDestruct and the destructor belong to one thread at a time, the
-// rest may be called from any. Nothing here touches the calling thread's
-// exception object: what fails throws.
+// every 10 milliseconds whether the child has ended. Where the system has
+// descriptors of processes (Linux 5.4 and later), a run keeps one, closed on
+// exec, until the child has ended: a signal then reaches this child or nothing,
+// even when the host ignores SIGCHLD and the id was given to another process.
+//
+// Run, RunBackgroundly, SetWaitWhenDestruct and the destructor belong to one
+// thread at a time, the rest may be called from any. Nothing here touches the
+// calling thread's failure record: what fails throws.
 #ifndef VELLIX_SYSUTILS_PROCESS_H_
 #define VELLIX_SYSUTILS_PROCESS_H_
 
@@ -19,6 +23,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -26,6 +31,8 @@
 #include "vellix/sysutils_locks.h"
 
 namespace QuorlBased {
+
+class ChildHandle;
 
 // A child process, one at a time.
 class CQuorlBasedProcess {
@@ -40,12 +47,18 @@ class CQuorlBasedProcess {
   // leaves it to itself: it goes on, and nobody collects its exit status.
   virtual ~CQuorlBasedProcess();
 
-  // Starts the program, which inherits descriptors, environment and working
-  // directory. With `startSuspended` it does not begin before Resume. True when
-  // there is a child; that the program cannot be executed, or that there is
-  // none in the command line, shows in the exit code. False when the system
-  // gives no thread or no process; the object is then as if it had never run.
-  // An object whose child has ended can run again.
+  // Starts the program, which inherits descriptors, environment, working
+  // directory, signal mask and ignored signals. None of the host's signal
+  // handlers runs in the child. With `startSuspended` the program does not begin
+  // before Resume. True when there is a child; that the program cannot be
+  // executed, or that there is none in the command line, shows in the exit code.
+  // A file without "#!" is run by the shell (execvp). False when the system
+  // gives no thread or no process; the object is then as if it had never run. An
+  // object whose child has ended can run again.
+  //
+  // A suspended start looks for the stop of the child, for a second at the most.
+  // A host that collects such news itself (waitpid with WUNTRACED) makes it wait
+  // that long.
   //
   // Throws kWrongState "The process has run already" while a child is alive.
   bool Run(bool startSuspended);
@@ -79,7 +92,9 @@ class CQuorlBasedProcess {
 
   // Kills the child, blocks until it has ended and makes `code` its exit code.
   // False for a child that has ended before; its exit code is then `code` all
-  // the same. Throws kWrongState "The process has not run".
+  // the same. False, and nothing is killed, while another thread is still in
+  // Run; the child's own exit code then replaces `code` when it ends. Throws
+  // kWrongState "The process has not run".
   bool Terminate(uint32_t code);
 
   // What the destructor does with a live child: true, as at first, waits.
@@ -93,9 +108,8 @@ class CQuorlBasedProcess {
  private:
   bool IsRunning() const;
   void RequireRun(int line = __builtin_LINE()) const;
-  int32_t Signal(int signal);
-  void Publish(int32_t child);
-  bool Collect(int32_t child);
+  void Publish(int32_t id, ChildHandle& child);
+  bool Collect();
   std::optional<pthread_t> TakeLauncher();
   void JoinLauncher();
 
@@ -115,7 +129,7 @@ class CQuorlBasedProcess {
   // Guards `child_`, so that no signal goes to an id that the system may have
   // given away. Never held across a sleep.
   std::mutex child_mutex_;
-  int32_t child_ = 0;  // the id that may get signals, 0 when there is none
+  const std::unique_ptr<ChildHandle> child_;
 };
 
 }  // namespace QuorlBased

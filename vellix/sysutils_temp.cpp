@@ -73,6 +73,7 @@ CTmpFile::CTmpFile(const std::string& extension, const char* name)
 }
 
 CTmpFile::~CTmpFile() {
+  const CancellationHold hold;  // POSIX lets unlink be a cancellation point
   if (owned_) unlink(file_path_name_.c_str());
 }
 

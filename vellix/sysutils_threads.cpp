@@ -6,11 +6,6 @@
 #include "vellix/sysutils_polling.h"
 
 namespace QuorlBased {
-namespace {
-
-constexpr uint32_t kFailedExitCode = 0xFFFFFFFF;
-
-}  // namespace
 
 // Brings the object into its ended state, also when the body leaves by an
 // unwinding of the platform.
@@ -40,14 +35,18 @@ CQuorlBasedThread::CQuorlBasedThread() {
   }
 }
 
-CQuorlBasedThread::~CQuorlBasedThread() {
+// Ended or not: a thread that is never joined keeps its stack for ever.
+CQuorlBasedThread::~CQuorlBasedThread() { Join(); }
+
+void CQuorlBasedThread::Join() {
   // Opens the gate. Not by Resume: a body that takes IsSuspended as its sign to
   // end must still see it.
   abandoned_.store(true, std::memory_order_release);
-  // Ended or not: a thread that nobody joins keeps its stack for ever. And not
-  // to be cancelled here, for the thread would outlive its object.
+  if (joined_) return;
+  // A caller that was cancelled here would leave the thread without its object.
   const CancellationHold hold;
   pthread_join(handle_, nullptr);
+  joined_ = true;
 }
 
 void CQuorlBasedThread::Resume() {
@@ -94,11 +93,11 @@ uint32_t CQuorlBasedThread::RunBody() {
   // To record what left the body may fail in its turn, and what leaves a thread
   // ends the process: there is no caller to tell.
   try {
-    return kSysutils.Guard(kFailedExitCode, [this] {
-      // Made while there is memory: its code needs none later.
-      GetQuorlException();
+    const auto body = [this] {
+      GetQuorlException();  // made while there is memory
       return ThreadBody();
-    });
+    };
+    return kSysutils.Guard(kFailedExitCode, body, &thread_exception_);
   } catch (...) {
     LetUnwindingPass();
     return kFailedExitCode;
@@ -106,6 +105,7 @@ uint32_t CQuorlBasedThread::RunBody() {
 }
 
 void CQuorlBasedThread::KeepFailure() {
+  if (thread_exception_.GetCode() != 0) return;  // it left the body
   // The memory may run out here, and there is no caller to tell. SetException
   // stores the code first, so that at least the code is kept.
   try {

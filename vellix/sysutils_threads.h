@@ -6,8 +6,8 @@
 //
 //   class Worker : public QuorlBased::CQuorlBasedThread {
 //    public:
-//     Worker() { Resume(); }   // last, when all members are there
-//     ~Worker() override { Wait(QuorlBased::kWaitForever); }
+//     Worker() { Resume(); }  // last, when all members are there
+//     ~Worker() override { Join(); }  // first, while all members are there
 //    private:
 //     uint32_t ThreadBody() override { return 7; }
 //   };
@@ -36,9 +36,8 @@ class CQuorlBasedThread {
   CQuorlBasedThread(const CQuorlBasedThread&) = delete;
   CQuorlBasedThread& operator=(const CQuorlBasedThread&) = delete;
 
-  // Blocks until the platform thread has gone. A thread that has not begun its
-  // body does not begin it any more. A derived class whose body uses its
-  // members waits for the end in its own destructor, before they go.
+  // Joins the platform thread as Join does. A derived class whose body uses its
+  // members calls Join in its own destructor, before they go.
   virtual ~CQuorlBasedThread();
 
   // The work of the thread. Its result becomes the exit code. What it throws
@@ -66,11 +65,19 @@ class CQuorlBasedThread {
   // given true. Belongs to this object.
   CBaseException* GetThreadException() const;
 
-  // The platform thread. The destructor joins it; nobody else may.
+  // The platform thread. This object joins it; no one else may.
   pthread_t GetThreadHandle();
 
   // The entry of the platform thread, for the constructor alone.
   static void* ThreadProc(void* object);
+
+ protected:
+  // Blocks until the platform thread has gone, the destructors of its
+  // thread_local objects included. A thread that has not begun its body does
+  // not begin it any more. The caller cannot be cancelled here, as it can in
+  // Wait: this is for the destructor of a derived class, on the thread that
+  // destroys the object. Does nothing when called again.
+  void Join();
 
  private:
   class Ending;
@@ -83,7 +90,8 @@ class CQuorlBasedThread {
   std::atomic<bool> running_{true};
   std::atomic<uint32_t> exit_code_{0};
   pthread_t handle_{};
-  std::atomic<bool> abandoned_{false};  // destroyed: the body is not to begin
+  std::atomic<bool> abandoned_{false};  // joined: the body is not to begin
+  bool joined_ = false;
 };
 
 }  // namespace QuorlBased

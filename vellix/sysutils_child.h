@@ -1,0 +1,73 @@
+// The child of a CQuorlBasedProcess: how it is started, reached and collected.
+// Internal.
+#ifndef VELLIX_SYSUTILS_CHILD_H_
+#define VELLIX_SYSUTILS_CHILD_H_
+
+#include <signal.h>
+#include <sys/types.h>
+
+#include <cstdint>
+#include <list>
+#include <string>
+#include <vector>
+
+namespace QuorlBased {
+
+// What a child is to execute, prepared before the fork. The child inherits
+// locks that other threads of the host may hold, the heap's among them: it may
+// call only what is safe in a signal handler.
+class Program {
+ public:
+  explicit Program(const std::string& command_line);
+
+  // Forks. The child becomes the program; with `suspended` it stops itself
+  // first, with `background` it ignores SIGHUP. None of the host's signal
+  // handlers runs in it. Returns the child's id, -1 on failure.
+  pid_t Start(bool suspended, bool background) const;
+
+ private:
+  [[noreturn]] void Execute(bool suspended, bool background,
+                            const sigset_t& mask) const;
+
+  std::list<std::string> arguments_;
+  std::vector<char*> pointers_;  // into arguments_, null at the end
+};
+
+// A child, or none. It is reached through a descriptor of its own where the
+// system has such descriptors: the id of a child that ended may be given to
+// another process, at once where the host ignores SIGCHLD.
+class ChildHandle {
+ public:
+  ChildHandle() = default;
+  ChildHandle(const ChildHandle&) = delete;
+  ChildHandle& operator=(const ChildHandle&) = delete;
+  ~ChildHandle() { Forget(); }
+
+  // The child `id`, which was just forked.
+  explicit ChildHandle(pid_t id);
+
+  // Exchanges what two handles reach.
+  void Swap(ChildHandle& other);
+
+  // Waits, for a second at the most, until the child has stopped itself or has
+  // ended. Polls; a cancellation point.
+  void AwaitStop() const;
+
+  // Sends a signal. Returns what kill(2) returns, -1 and ESRCH without a child.
+  int Signal(int signal) const;
+
+  // Collects a child that has ended and stores its exit code. Returns false
+  // while it is alive.
+  bool Collect(uint32_t* exit_code);
+
+ private:
+  void Forget();
+  int Wait(siginfo_t* state, int options) const;
+
+  pid_t id_ = 0;
+  int descriptor_ = -1;
+};
+
+}  // namespace QuorlBased
+
+#endif  // VELLIX_SYSUTILS_CHILD_H_
