@@ -1,13 +1,9 @@
 #include <pthread.h>
 
-#include <charconv>
-#include <iterator>
-
 #include "vellix/exceptions.h"
-#include "vellix/library_internal.h"
 #include "vellix/logger.h"
-#include "vellix/sysutils_platform.h"
 #include "vellix/sysutils_strings.h"
+#include "vellix/thread_id.h"
 
 std::atomic<pthread_key_t> TLSKeyKeeper::sTLSIndex{0};
 
@@ -17,50 +13,51 @@ namespace {
 // outside that time it is somebody else's.
 std::atomic<bool> sRunning{false};
 
-// What a thread finds with one load. The slot of the key owns the record; this
-// is a copy of its address.
+// The calling thread's record, found with one load. The slot of the key owns it;
+// this is a copy of its address.
 //
 // Initial-exec: the room comes with the thread. Other models have the dynamic
 // linker allocate it at a thread's first record, and end the process when
 // memory is out.
-struct ThreadState {
-  CQuorlException* record;
-  QuorlBased::ThreadId id;
-};
-__attribute__((tls_model("initial-exec"))) thread_local ThreadState sThread;
+__attribute__((tls_model("initial-exec"))) thread_local CQuorlException*
+    sRecord;
 
 extern "C" {
 
 // The slot is null already: the object to destroy is the argument.
 static void on_thread_exit(void* value) {
-  sThread.record = nullptr;
+  sRecord = nullptr;
   delete static_cast<CQuorlException*>(value);
 }
 
 }  // extern "C"
 
-// The ways that few calls take stand apart from those that every call takes.
-__attribute__((noinline)) IQuorlException* MakeRecord() {
-  auto* record = new CQuorlException;
-  // Read before the flag: a key of 0 after teardown implies a cleared flag.
-  const pthread_key_t key =
-      TLSKeyKeeper::sTLSIndex.load(std::memory_order_acquire);
-  const bool owned = sRunning.load(std::memory_order_relaxed) &&
-                     pthread_setspecific(key, record) == 0;
-  // After teardown a static destructor of the host may still ask: its record
-  // has no slot and goes with the process.
-  if (owned || !sRunning.load(std::memory_order_relaxed)) {
-    sThread.record = record;
-  }
-  return record;
+// Empties the slot if it holds `record`. The flag does not tell: while the
+// library is torn down, the key may still be ours, or another library's.
+void EmptySlot(const CQuorlException* record) {
+  const pthread_key_t key = TLSKeyKeeper::sTLSIndex.load();
+  if (pthread_getspecific(key) == record) pthread_setspecific(key, nullptr);
 }
 
-__attribute__((noinline)) void AskThreadId(QuorlBased::ThreadId& id) {
-  id.number = QuorlBased::PlatformThreadId();
-  const char* end = std::to_chars(id.digits, std::end(id.digits),
-                                  static_cast<int32_t>(id.number))
-                        .ptr;
-  id.length = static_cast<uint32_t>(end - id.digits);
+// Puts the record into the slot. False if that is not possible.
+bool FillSlot(const CQuorlException* record) {
+  // Read before the flag: a key of 0 after teardown implies a cleared flag.
+  const pthread_key_t key = TLSKeyKeeper::sTLSIndex.load();
+  if (!sRunning.load() || pthread_setspecific(key, record) != 0) return false;
+  if (sRunning.load()) return true;
+  // Torn down meanwhile: the slot may be another library's by now.
+  if (pthread_getspecific(key) == record) pthread_setspecific(key, nullptr);
+  return false;
+}
+
+// Slow path, out of line to keep the fast path small.
+__attribute__((noinline)) IQuorlException* MakeRecord() {
+  auto* record = new CQuorlException;
+  const bool owned = FillSlot(record);
+  // After teardown a static destructor of the host may still ask: its record
+  // has no slot and goes with the process.
+  if (owned || !sRunning.load()) sRecord = record;
+  return record;
 }
 
 // The line that the log gets for a failure in a thread's record.
@@ -68,10 +65,8 @@ void WriteExceptionRecord(const IQuorlException& failure) {
   QuorlBased::IQuorlLogger* logger = GetQuorlLogger();
   if (!logger->IsExpLogEnabled() || !logger->GetLogStream()) return;
   unsigned int writer = 0;
-  if (logger->IsLogging(&writer) &&
-      writer == QuorlBased::CurrentThreadId().number) {
-    return;
-  }
+  const uint32_t self = QuorlBased::CurrentThreadId().number;
+  if (logger->IsLogging(&writer) && writer == self) return;
   int line = 0;
   std::string from = "File: ";
   from += failure.GetExceptionSource(&line);
@@ -102,33 +97,19 @@ CQuorlException::CQuorlException() : CBaseException(0, nullptr, -1, nullptr) {}
 
 void CQuorlException::Copy(IQuorlException* src) {
   CBaseException::Copy(src);
-  // The last act: a target may release this very object.
+  // The last statement: a target may release this very object.
   WriteExceptionRecord(*this);
 }
 
 IQuorlException* GetQuorlException() {
-  CQuorlException* record = sThread.record;
+  CQuorlException* record = sRecord;
   return record ? record : MakeRecord();
 }
 
 void ReleaseQuorlException() {
-  CQuorlException* record = sThread.record;
+  CQuorlException* record = sRecord;
   if (!record) return;
-  sThread.record = nullptr;
-  if (sRunning.load()) {
-    pthread_setspecific(TLSKeyKeeper::sTLSIndex.load(), nullptr);
-  }
+  sRecord = nullptr;
+  EmptySlot(record);
   delete record;
 }
-
-namespace QuorlBased {
-
-const ThreadId& CurrentThreadId() {
-  ThreadId& id = sThread.id;
-  if (id.number == 0) AskThreadId(id);
-  return id;
-}
-
-void ForgetThreadId() { sThread.id.number = 0; }
-
-}  // namespace QuorlBased

@@ -1,17 +1,17 @@
-#include <pthread.h>
-
 #include <new>
 
 #include "vellix/exceptions.h"
-#include "vellix/library_internal.h"
 #include "vellix/logger.h"
+#include "vellix/process_generation.h"
 
-// The two things that exist once per process. Both stand in this file since
-// only here their order is certain: the logger's writes use the record of the
-// thread, so the key comes first and goes last.
+// What exists once per process. It stands in one file since only within a file
+// the order of static objects is certain: the logger's writes use the record of
+// the thread, so the key comes first and goes last.
 namespace {
 
 const TLSKeyKeeper sKeyKeeper;
+
+[[maybe_unused]] const bool sWatchesForForks = QuorlBased::WatchForForks();
 
 }  // namespace
 
@@ -33,13 +33,11 @@ const struct LoggerTeardown {
   ~LoggerTeardown() { QuorlBased::gQuorlLogger.TearDown(); }
 } sLoggerTeardown;
 
-// Only the forking thread lives on in a child, while another one may have held
-// the logger's lock. Nothing is locked in the parent.
-[[maybe_unused]] const int sForkHandler = pthread_atfork(nullptr, nullptr, [] {
-  QuorlBased::ForgetThreadId();
-  QuorlBased::gQuorlLogger.ResetInForkedChild();
-});
-
 }  // namespace
 
-QuorlBased::IQuorlLogger* GetQuorlLogger() { return &QuorlBased::gQuorlLogger; }
+// The address of the room, which is there before the object: another library's
+// initialiser may ask earlier than this one has run.
+QuorlBased::IQuorlLogger* GetQuorlLogger() {
+  return reinterpret_cast<QuorlBased::CQuorlLogger*>(
+      QuorlBased::sLoggerRoom);
+}

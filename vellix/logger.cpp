@@ -1,15 +1,21 @@
 #include "vellix/logger.h"
 
+#include <sys/stat.h>
+
 #include <cerrno>
 #include <ctime>
 #include <memory>
 #include <new>
+#include <thread>
+#include <type_traits>
 
 #include "vellix/exceptions_report.h"
-#include "vellix/library_internal.h"
 #include "vellix/logger_record.h"
+#include "vellix/logger_time.h"
+#include "vellix/process_generation.h"
 #include "vellix/sysutils_files.h"
-#include "vellix/sysutils_paths.h"
+#include "vellix/sysutils_platform.h"
+#include "vellix/thread_id.h"
 
 namespace QuorlBased {
 namespace {
@@ -62,12 +68,16 @@ class WriteMark {
   const bool before_;
 };
 
+// Whether something is at `path`. What cannot be looked at counts as being
+// there: to make it anew would empty it.
+bool IsThere(const std::string& path) {
+  struct stat status {};
+  if (stat(path.c_str(), &status) == 0) return true;
+  return errno != ENOENT && errno != ENOTDIR;
+}
+
 std::unique_ptr<CFileStream> OpenLogFile(const std::string& path, bool append) {
-  // A file that is there but could not be looked at is not made anew: that
-  // would empty it.
-  const bool there =
-      file_exists(path.c_str()) || (errno != ENOENT && errno != ENOTDIR);
-  if (there && append) {
+  if (append && IsThere(path)) {
     auto stream = std::make_unique<CFileStream>(path, kLogMode);
     stream->Seek(0, SeekEnd);
     return stream;
@@ -78,7 +88,28 @@ std::unique_ptr<CFileStream> OpenLogFile(const std::string& path, bool append) {
 
 }  // namespace
 
-CQuorlLogger::CQuorlLogger() = default;
+// Sets the generation on every way out of EnterProcess.
+class CQuorlLogger::Entry {
+ public:
+  Entry(std::atomic<uint32_t>& generation, uint32_t left)
+      : generation_(generation), value_(left) {}
+  Entry(const Entry&) = delete;
+  Entry& operator=(const Entry&) = delete;
+  ~Entry() { generation_.store(value_, std::memory_order_release); }
+
+  void Complete(uint32_t entered) { value_ = entered; }
+
+ private:
+  std::atomic<uint32_t>& generation_;
+  uint32_t value_;
+};
+
+CQuorlLogger::CQuorlLogger() : generation_(ProcessGeneration()) {
+  static_assert(sizeof(TimeText) <= sizeof time_room_ &&
+                alignof(TimeText) <= 8 &&
+                std::is_trivially_destructible_v<TimeText>);
+  new (time_room_) TimeText;
+}
 
 CQuorlLogger::~CQuorlLogger() = default;
 
@@ -95,11 +126,10 @@ bool CQuorlLogger::SetLogFile(const char* path, bool append) {
   if (!path) return false;
   // Whatever fails, the host goes on without a log; file_open has recorded why.
   try {
-    // Made while nothing is lost yet: without room for it file_exists could not
-    // tell a file that is there, and its records would be emptied away.
-    GetQuorlException();
+    GetQuorlException()->Clear();  // a failure below has its reason here
     std::string name = path;
     std::unique_ptr<CFileStream> target = OpenLogFile(name, append);
+    LearnOffset();
     log_file_.swap(name);
     log_file_stream_ = target.release();
     stream_.store(log_file_stream_, std::memory_order_release);
@@ -116,6 +146,7 @@ const char* CQuorlLogger::GetLogFile() {
 
 bool CQuorlLogger::SetLogStream(IQuorlStream* stream) {
   if (GetLogStream() || torn_down_.load() || !stream) return false;
+  LearnOffset();
   stream_.store(stream, std::memory_order_release);
   return true;
 }
@@ -159,17 +190,49 @@ __attribute__((noinline)) void CQuorlLogger::WriteRecord(
   if (!target) return;  // the library was torn down meanwhile
   const ErrnoKeeper errno_keeper;
   const ThreadId& thread_id = CurrentThreadId();
+  if (generation_.load(std::memory_order_acquire) != thread_id.generation) {
+    EnterProcess(thread_id.generation);
+  }
   LogRecord record({thread_id, level, from, msg, data, size});
   const MutexHold hold(mutex_);
-  record.SetTime(time_.For(time(nullptr)));
+  record.SetTime(Time().For(time(nullptr)));
   const WriteMark mark(logging_, logging_thread_, thread_id.number);
   target->Write(record.Text(), record.Size());
 }
 
-void CQuorlLogger::ResetInForkedChild() {
-  new (&mutex_) CXMutex;
-  logging_.store(false);
-  time_.Forget();
+TimeText& CQuorlLogger::Time() {
+  return *std::launder(reinterpret_cast<TimeText*>(time_room_));
+}
+
+// Before the target is set, when no other thread gets to the text.
+void CQuorlLogger::LearnOffset() {
+  const uint32_t generation = ProcessGeneration();
+  if (generation_.load() != generation) EnterProcess(generation);
+  Time().LearnOffset();
+}
+
+// Makes the logger usable in a forked child: its parent's other threads are
+// gone, and one of them may have held the lock. Nothing is locked in the
+// parent. The first thread of the child that gets here does it, others wait.
+void CQuorlLogger::EnterProcess(uint32_t generation) {
+  constexpr uint32_t kEntering = 0x80000000;  // beside the generation
+  uint32_t seen = generation_.load();
+  while (seen != generation) {
+    if (seen == (generation | kEntering)) {
+      std::this_thread::yield();
+      seen = generation_.load(std::memory_order_acquire);
+      continue;
+    }
+    if (!generation_.compare_exchange_strong(seen, generation | kEntering)) {
+      continue;
+    }
+    Entry entry(generation_, seen);
+    new (&mutex_) CXMutex;
+    logging_.store(false);
+    Time().EnterChild(PlatformHadThreads());
+    entry.Complete(generation);
+    return;
+  }
 }
 
 }  // namespace QuorlBased

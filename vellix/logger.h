@@ -10,7 +10,6 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
-#include <ctime>
 #include <string>
 
 #include "vellix/quorl_base_streams.h"
@@ -86,7 +85,9 @@ class IQuorlLogger {
   virtual bool IsLogging(unsigned int* threadId) = 0;
 };
 
-// The class of the one logger. Made by the library alone.
+class TimeText;
+
+// The class of the one logger. Inside the library only.
 class CQuorlLogger final : public IQuorlLogger {
  public:
   // Throws what the constructor of CXMutex throws.
@@ -117,42 +118,16 @@ class CQuorlLogger final : public IQuorlLogger {
   static void ConvertToHexString(const unsigned char* data, unsigned int size,
                                  std::string& out);
 
-  // Forgets the target, which is left alone, for good: a Log that comes later
-  // is silent. For the library's teardown alone.
+  // Forgets the target, which is left alone, for good: a later Log does
+  // nothing. For the library's teardown alone.
   void TearDown();
 
-  // Makes the logger usable in a forked child, whose other threads are gone
-  // and may have held the lock. For the fork handler alone.
-  void ResetInForkedChild();
-
  private:
-  // The text of a second in a time zone, kept while both stay the same.
-  struct TimeText {
-    // The 24 characters of asctime for `now` in local time.
-    const char* For(time_t now) {
-      return now == second && ZoneIsKept() ? text : Render(now);
-    }
+  class Entry;
 
-    // What a forked child inherits may be half written.
-    void Forget() { second = -1; }
-
-   private:
-    const char* Render(time_t now);
-    bool ZoneIsKept() const;
-    void KeepZone();
-
-    time_t second = -1;
-    char text[26] = {};
-    // The environment as it stood, by which a new value of TZ shows: its array,
-    // its end, its last entry, and the entry for TZ with a copy of that.
-    char** environment = nullptr;
-    char* const* end = nullptr;
-    char* const* last_slot = nullptr;
-    const char* last_entry = nullptr;
-    char* const* zone_slot = nullptr;  // null when there is no TZ
-    char zone[64] = {};
-  };
-
+  TimeText& Time();
+  void LearnOffset();
+  void EnterProcess(uint32_t generation);
   void WriteRecord(LogLevel level, const char* from, const char* msg,
                    const unsigned char* data, unsigned int size);
 
@@ -167,7 +142,8 @@ class CQuorlLogger final : public IQuorlLogger {
   std::atomic<bool> logging_{false};
   std::atomic<uint32_t> logging_thread_{0};
   CXMutex mutex_;
-  TimeText time_;
+  std::atomic<uint32_t> generation_;  // of the process that the fields are of
+  alignas(8) unsigned char time_room_[64];
 };
 
 }  // namespace QuorlBased

@@ -1,7 +1,5 @@
-// The line of one record: pure text, no lock.
-//
-// The steps that every record takes are inline; what few records need stands in
-// the source file.
+// The line of one log record: pure text, no lock. Internal. The steps that every
+// record takes are inline, the slow paths stand in the source file.
 #ifndef VELLIX_LOGGER_RECORD_H_
 #define VELLIX_LOGGER_RECORD_H_
 
@@ -12,66 +10,13 @@
 #include <memory>
 #include <string_view>
 
-#include "vellix/library_internal.h"
 #include "vellix/logger.h"
+#include "vellix/logger_text.h"
+#include "vellix/thread_id.h"
 
 namespace QuorlBased {
 
-// A text as it is put into a record: on one line.
-class LogText {
- public:
-  // Null stands as "NULL". `text` must outlive this object.
-  explicit LogText(const char* text)
-      : text_(text ? text : "NULL"), length_(strlen(text_)) {}
-
-  size_t Length() const { return length_; }
-
-  // The length with each line feed and carriage return as two characters.
-  size_t EscapedLength() const;
-
-  // Writes EscapedLength() characters to `out` and gives what follows them.
-  char* AppendEscaped(char* out) const;
-
-  // Writes Length() characters to `out` and gives what follows them, or null
-  // when the text needs the escape; also for some texts that do not.
-  char* AppendPlain(char* out) const {
-    if (length_ < 8) return AppendFew(out);
-    const size_t last = length_ - 8;
-    for (size_t i = 0; i < last; i += 8) {
-      if (CopyEight(text_ + i, out + i)) return nullptr;
-    }
-    // The last eight overlap what came before.
-    return CopyEight(text_ + last, out + last) ? nullptr : out + length_;
-  }
-
- private:
-  // Copies eight bytes; true when one of them is below 14, as line feed (10)
-  // and carriage return (13) are.
-  static bool CopyEight(const char* from, char* to) {
-    constexpr uint64_t kOnes = 0x0101010101010101;
-    uint64_t bytes = 0;
-    memcpy(&bytes, from, sizeof bytes);
-    memcpy(to, &bytes, sizeof bytes);
-    return ((bytes - kOnes * 14) & ~bytes & (kOnes * 0x80)) != 0;
-  }
-
-  char* AppendFew(char* out) const {
-    for (size_t i = 0; i < length_; ++i) {
-      if (static_cast<unsigned char>(text_[i]) < 14) return nullptr;
-      out[i] = text_[i];
-    }
-    return out + length_;
-  }
-
-  const char* text_;
-  size_t length_;
-};
-
-// Writes two digits and a blank for each byte to `out`, then a NUL, and gives
-// the address of the NUL.
-char* DumpBytes(const unsigned char* data, size_t size, char* out);
-
-// What a record tells.
+// What a log record tells.
 struct LogFields {
   const ThreadId& thread_id;
   LogLevel level;
@@ -81,19 +26,17 @@ struct LogFields {
   unsigned int size;
 };
 
-// One record, complete but for its time.
+// One log record, complete but for its time.
 class LogRecord {
  public:
   // Throws std::bad_alloc, and std::length_error for a record that one Write
   // cannot take.
   explicit LogRecord(const LogFields& fields) {
-    const LogText from(fields.from);
-    const LogText msg(fields.msg);
+    LogText from(fields.from);
+    LogText msg(fields.msg);
     const size_t dumped = fields.data ? std::min(fields.size, kMaxData) : 0;
-    const size_t fixed = kFixedLength + std::max(3 * dumped, kNull.size());
-    Reserve(fixed + from.Length() + msg.Length());
+    Reserve(FixedLength(dumped) + from.Length() + msg.Length());
     if (Compose<&LogText::AppendPlain>(fields, from, msg, dumped)) return;
-    Reserve(fixed + from.EscapedLength() + msg.EscapedLength());
     ComposeEscaped(fields, from, msg, dumped);
   }
   LogRecord(const LogRecord&) = delete;
@@ -129,10 +72,16 @@ class LogRecord {
     return out + piece.size();
   }
 
-  void Reserve(size_t size) {
+  // The bytes beside the texts. In 64 bits, as all sums with them: two texts
+  // may exceed a 32-bit size.
+  static uint64_t FixedLength(size_t dumped) {
+    return kFixedLength + std::max(3 * dumped, kNull.size());
+  }
+
+  void Reserve(uint64_t size) {
     if (size > sizeof room_) ReserveOnHeap(size);
   }
-  void ReserveOnHeap(size_t size);
+  void ReserveOnHeap(uint64_t size);
 
   // False when kAppend does not take one of the texts.
   template <char* (LogText::*kAppend)(char*) const>
@@ -157,8 +106,8 @@ class LogRecord {
     return true;
   }
 
-  void ComposeEscaped(const LogFields& fields, const LogText& from,
-                      const LogText& msg, size_t dumped);
+  void ComposeEscaped(const LogFields& fields, LogText& from, LogText& msg,
+                      size_t dumped);
 
   // Most records need no heap.
   char room_[4096];

@@ -1,55 +1,63 @@
-#include <unistd.h>
+#include "vellix/logger_time.h"
 
-#include <cstring>
-
-#include "vellix/logger.h"
+#include <cstdio>
 
 namespace QuorlBased {
 namespace {
 
-constexpr char kZonePrefix[] = "TZ=";
-constexpr size_t kZonePrefixLength = 3;
+constexpr int64_t kSecondsPerDay = 86400;
+constexpr int64_t kDaysPerEra = 146097;  // 400 years
+
+// The date and time of `seconds` since 1970-01-01, without the C library, whose
+// gmtime_r takes its lock of the time zone as well. The date is counted in years
+// that begin in March, so that a leap day is the last of its year.
+tm CivilTime(int64_t seconds) {
+  tm fields{};
+  int64_t day = seconds / kSecondsPerDay;
+  int64_t second = seconds % kSecondsPerDay;
+  if (second < 0) {
+    second += kSecondsPerDay;
+    --day;
+  }
+  fields.tm_hour = static_cast<int>(second / 3600);
+  fields.tm_min = static_cast<int>(second / 60 % 60);
+  fields.tm_sec = static_cast<int>(second % 60);
+  fields.tm_wday = static_cast<int>(((day + 4) % 7 + 7) % 7);  // a Thursday
+
+  day += 719468;  // days from 0000-03-01 to 1970-01-01
+  const int64_t era = (day >= 0 ? day : day - kDaysPerEra + 1) / kDaysPerEra;
+  const int64_t of_era = day - era * kDaysPerEra;
+  const int64_t year_of_era =
+      (of_era - of_era / 1460 + of_era / 36524 - of_era / 146096) / 365;
+  const int64_t of_year =
+      of_era - (365 * year_of_era + year_of_era / 4 - year_of_era / 100);
+  const int64_t month = (5 * of_year + 2) / 153;  // 0 is March
+  fields.tm_mday = static_cast<int>(of_year - (153 * month + 2) / 5 + 1);
+  fields.tm_mon = static_cast<int>(month < 10 ? month + 2 : month - 10);
+  const int64_t year = year_of_era + era * 400 + (month < 10 ? 0 : 1);
+  fields.tm_year = static_cast<int>(year - 1900);
+  return fields;
+}
 
 }  // namespace
 
-const char* CQuorlLogger::TimeText::Render(time_t now) {
-  tzset();
+void TimeText::EnterChild(bool had_threads) {
+  second_ = -1;
+  offset_is_fixed_ = offset_is_fixed_ || had_threads;
+}
+
+const char* TimeText::Render(time_t now) {
   tm fields{};
-  localtime_r(&now, &fields);
-  asctime_r(&fields, text);
-  second = now;
-  KeepZone();
-  return text;
-}
-
-// A look at the whole environment for each record would cost more than the
-// rest of it. What adds, replaces or removes a variable moves the array, its
-// end or the entry of TZ; a change that keeps all three shows a second later.
-bool CQuorlLogger::TimeText::ZoneIsKept() const {
-  if (environ != environment || *end || *last_slot != last_entry) return false;
-  return !zone_slot || (*zone_slot && strcmp(*zone_slot, zone) == 0);
-}
-
-void CQuorlLogger::TimeText::KeepZone() {
-  static char* const kNoEntry = nullptr;
-  environment = environ;
-  zone_slot = nullptr;
-  last_slot = &kNoEntry;
-  end = environ ? environ : &kNoEntry;
-  for (; *end; ++end) {
-    last_slot = end;
-    if (!zone_slot && strncmp(*end, kZonePrefix, kZonePrefixLength) == 0) {
-      zone_slot = end;
-    }
-  }
-  last_entry = *last_slot;
-  if (!zone_slot) return;
-  const size_t size = strlen(*zone_slot) + 1;
-  if (size <= sizeof zone) {
-    memcpy(zone, *zone_slot, size);
+  if (offset_is_fixed_) {
+    fields = CivilTime(int64_t{now} + offset_);
   } else {
-    Forget();  // too long to compare: rendered anew for each record
+    tzset();
+    localtime_r(&now, &fields);
+    offset_ = static_cast<int32_t>(fields.tm_gmtoff);
   }
+  asctime_r(&fields, text_);
+  second_ = now;
+  return text_;
 }
 
 }  // namespace QuorlBased

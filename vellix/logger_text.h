@@ -1,0 +1,74 @@
+// The texts and the dump of a log record: plain text, for the toolkit as well.
+// Internal. The steps that every record takes are inline.
+#ifndef VELLIX_LOGGER_TEXT_H_
+#define VELLIX_LOGGER_TEXT_H_
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+namespace QuorlBased {
+
+// A text as it is put into a log record: on one line. Its bytes may change
+// meanwhile, where another process shares them: no write depends on what was
+// read before.
+class LogText {
+ public:
+  // Null stands as "NULL". `text` must outlive this object.
+  explicit LogText(const char* text)
+      : text_(text ? text : "NULL"), length_(strlen(text_)) {}
+
+  size_t Length() const { return length_; }
+
+  // Makes EscapedLength the length with each line feed and carriage return as
+  // two characters.
+  void CountEscapes();
+  size_t EscapedLength() const { return length_ + escapes_; }
+
+  // Writes at most EscapedLength() characters to `out` and returns the end.
+  char* AppendEscaped(char* out) const;
+
+  // Writes Length() characters to `out` and returns the end, or null when the
+  // text needs the escape; also for some texts that do not.
+  char* AppendPlain(char* out) const {
+    if (length_ < 8) return AppendFew(out);
+    const size_t last = length_ - 8;
+    for (size_t i = 0; i < last; i += 8) {
+      if (CopyEight(text_ + i, out + i)) return nullptr;
+    }
+    // The last eight overlap what came before.
+    return CopyEight(text_ + last, out + last) ? nullptr : out + length_;
+  }
+
+ private:
+  // Copies eight bytes; true when one of them is below 14, as line feed (10)
+  // and carriage return (13) are.
+  static bool CopyEight(const char* from, char* to) {
+    constexpr uint64_t kOnes = 0x0101010101010101;
+    uint64_t bytes = 0;
+    memcpy(&bytes, from, sizeof bytes);
+    memcpy(to, &bytes, sizeof bytes);
+    return ((bytes - kOnes * 14) & ~bytes & (kOnes * 0x80)) != 0;
+  }
+
+  char* AppendFew(char* out) const {
+    for (size_t i = 0; i < length_; ++i) {
+      const char c = text_[i];
+      if (static_cast<unsigned char>(c) < 14) return nullptr;
+      out[i] = c;
+    }
+    return out + length_;
+  }
+
+  const char* text_;
+  size_t length_;
+  size_t escapes_ = 0;
+};
+
+// Writes two digits and a blank for each byte to `out`, then a NUL, and returns
+// the address of the NUL.
+char* DumpBytes(const unsigned char* data, size_t size, char* out);
+
+}  // namespace QuorlBased
+
+#endif  // VELLIX_LOGGER_TEXT_H_

@@ -1,0 +1,38 @@
+// The time of a log record as text. Internal.
+#ifndef VELLIX_LOGGER_TIME_H_
+#define VELLIX_LOGGER_TIME_H_
+
+#include <cstdint>
+#include <ctime>
+
+namespace QuorlBased {
+
+// The text of the second that was rendered last. For one thread at a time.
+class TimeText {
+ public:
+  // The 24 characters of asctime for `now` in local time. The time zone is
+  // looked up when the second changes.
+  const char* For(time_t now) { return now == second_ ? text_ : Render(now); }
+
+  // Looks up the offset from UTC, so that a child knows it that is forked before
+  // the first record.
+  void LearnOffset() { For(time(nullptr)); }
+
+  // To be called in a forked child, which may inherit a half-written text. With
+  // `had_threads`, one of the parent may have held the C library's lock of the
+  // time zone, which is then never free in the child: the offset that was
+  // learned last stays.
+  void EnterChild(bool had_threads);
+
+ private:
+  const char* Render(time_t now);
+
+  time_t second_ = -1;
+  char text_[26] = {};
+  bool offset_is_fixed_ = false;
+  int32_t offset_ = 0;  // seconds east of UTC
+};
+
+}  // namespace QuorlBased
+
+#endif  // VELLIX_LOGGER_TIME_H_

@@ -1,0 +1,35 @@
+#include "vellix/process_generation.h"
+
+#include <pthread.h>
+
+#include "vellix/sysutils_platform.h"
+
+namespace QuorlBased {
+namespace {
+
+// Stands in where the system has no memory that a fork wipes. A handler wipes
+// it, which is later than the handlers that were registered earlier.
+std::atomic<uint32_t> sHandledMark{0};
+
+std::atomic<uint32_t> sLastGeneration{0};
+
+}  // namespace
+
+std::atomic<uint32_t>* gProcessMark = &sHandledMark;
+
+uint32_t NextProcessGeneration() {
+  const uint32_t next = sLastGeneration.fetch_add(1) + 1;
+  uint32_t mark = 0;
+  // Another thread of the child may be faster: then its generation counts.
+  return gProcessMark->compare_exchange_strong(mark, next) ? next : mark;
+}
+
+bool WatchForForks() {
+  if (std::atomic<uint32_t>* wiped = PlatformForkMark()) {
+    gProcessMark = wiped;
+    return true;
+  }
+  return pthread_atfork(nullptr, nullptr, [] { sHandledMark.store(0); }) == 0;
+}
+
+}  // namespace QuorlBased

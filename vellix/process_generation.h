@@ -1,0 +1,29 @@
+// Which process this is: a forked child has another generation than its parent,
+// also one that was forked by _Fork or a bare system call, and before any fork
+// handler has run in it. Internal.
+#ifndef VELLIX_PROCESS_GENERATION_H_
+#define VELLIX_PROCESS_GENERATION_H_
+
+#include <atomic>
+#include <cstdint>
+
+namespace QuorlBased {
+
+// 0 in a child that has not asked yet.
+extern std::atomic<uint32_t>* gProcessMark;
+
+// Gives a new child its generation. Any thread.
+uint32_t NextProcessGeneration();
+
+// Never 0, and never that of a process that this one was forked from.
+inline uint32_t ProcessGeneration() {
+  const uint32_t mark = gProcessMark->load(std::memory_order_acquire);
+  return mark != 0 ? mark : NextProcessGeneration();
+}
+
+// Looks out for forks from now on. For the library's load alone.
+bool WatchForForks();
+
+}  // namespace QuorlBased
+
+#endif  // VELLIX_PROCESS_GENERATION_H_
