@@ -34,6 +34,9 @@ else()
       /${CMAKE_INSTALL_LIBDIR}/pkgconfig /${CMAKE_INSTALL_INCLUDEDIR})
   set(vellix_pc_includedir "\${pcfiledir}/${vellix_pc_includedir}")
 endif()
+list(TRANSFORM VELLIX_PUBLIC_DEFINITIONS PREPEND -D
+    OUTPUT_VARIABLE vellix_pc_definitions)
+list(JOIN vellix_pc_definitions " " vellix_pc_definitions)
 foreach(name IN ITEMS vellix vellix-toolkit)
   configure_file(cmake/${name}.pc.in ${name}.pc @ONLY)
   install(FILES ${CMAKE_CURRENT_BINARY_DIR}/${name}.pc

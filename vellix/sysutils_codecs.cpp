@@ -315,7 +315,7 @@ std::string BinaryToHexString(void* data, uint32_t size,
   HexChunk chunk(separator.data(), length);
   const auto* from = static_cast<const unsigned char*>(data);
   std::string text;
-  text.reserve(size * (2 + length));
+  text.reserve(StringSize(uint64_t{size} * (2 + length)));
   for (size_t left = size; left > 0;) {
     const size_t bytes = std::min(chunk.Capacity(), left);
     text.append(chunk.Encode(from, bytes));

@@ -27,8 +27,9 @@ Header HeaderOf(const void* block) {
 
 void* _aligned_malloc(unsigned size, unsigned alignment) {
   if (alignment == 0) alignment = 1;
-  auto* start =
-      static_cast<char*>(malloc(size_t{size} + alignment + sizeof(Header)));
+  const uint64_t total = uint64_t{size} + alignment + sizeof(Header);
+  if (total > PTRDIFF_MAX) return nullptr;
+  auto* start = static_cast<char*>(malloc(static_cast<size_t>(total)));
   if (!start) return nullptr;
   char* base = start + sizeof(Header);
   const auto remainder =

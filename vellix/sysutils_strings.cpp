@@ -72,7 +72,7 @@ std::string UpToNul(const std::string& s) {
 // The text of the `n` bytes at `bytes`, up to their first NUL.
 std::string CutOut(const char* bytes, uint32_t n) {
   ResKeeper keeper;
-  char* block = static_cast<char*>(keeper.Alloc(size_t{n} + 1));
+  char* block = static_cast<char*>(keeper.Alloc(uint64_t{n} + 1));
   memcpy(block, bytes, n);
   block[n] = '\0';
   return block;
@@ -201,7 +201,8 @@ std::string RightStr(const std::string& s, uint32_t n) {
 std::string SubStr(const std::string& s, uint32_t pos, uint32_t n) {
   if (pos >= s.size()) return {};
   const char* text = s.c_str() + pos;
-  const size_t length = strnlen(text, size_t{n} + 1);
+  const size_t left = s.size() - pos;
+  const size_t length = strnlen(text, n < left ? size_t{n} + 1 : left);
   if (length <= n) return {text, length};
   return CutOut(text, n);
 }
