@@ -2,9 +2,11 @@
 
 #include <functional>
 
-namespace {
+#include "vellix/text_or_empty.h"
 
-const char* TextOrEmpty(const char* text) { return text ? text : ""; }
+using QuorlBased::TextOrEmpty;
+
+namespace {
 
 // Whether `text` points into `whole`, its terminator included.
 bool PointsInto(const char* text, const std::string& whole) {

@@ -13,14 +13,14 @@ namespace {
 // outside that time it is somebody else's.
 std::atomic<bool> sRunning{false};
 
-// The calling thread's record, found with one load. The slot of the key owns it;
-// this is a copy of its address.
+// The calling thread's record, found with one load. The slot of the key owns
+// it; this is a copy of its address.
 //
 // Initial-exec: the room comes with the thread. Other models have the dynamic
 // linker allocate it at a thread's first record, and end the process when
 // memory is out.
-__attribute__((tls_model("initial-exec"))) thread_local CQuorlException*
-    sRecord;
+__attribute__((
+    tls_model("initial-exec"))) thread_local CQuorlException* sRecord;
 
 extern "C" {
 

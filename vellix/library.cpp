@@ -38,6 +38,5 @@ const struct LoggerTeardown {
 // The address of the room, which is there before the object: another library's
 // initialiser may ask earlier than this one has run.
 QuorlBased::IQuorlLogger* GetQuorlLogger() {
-  return reinterpret_cast<QuorlBased::CQuorlLogger*>(
-      QuorlBased::sLoggerRoom);
+  return reinterpret_cast<QuorlBased::CQuorlLogger*>(QuorlBased::sLoggerRoom);
 }

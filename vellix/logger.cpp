@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <ctime>
 #include <memory>
+#include <mutex>
 #include <new>
 #include <thread>
 #include <type_traits>
@@ -20,7 +21,6 @@
 namespace QuorlBased {
 namespace {
 
-constexpr uint32_t kNoLimit = 0xFFFFFFFF;
 constexpr uint16_t kLogMode = 0x0021;  // an existing file, for writing
 
 // A caller that logs between a failed call and its look at errno sees the same
@@ -35,17 +35,6 @@ class ErrnoKeeper {
  private:
   int& errno_ = errno;
   const int kept_ = errno_;
-};
-
-class MutexHold {
- public:
-  explicit MutexHold(CXMutex& mutex) : mutex_(mutex) { mutex_.Lock(kNoLimit); }
-  MutexHold(const MutexHold&) = delete;
-  MutexHold& operator=(const MutexHold&) = delete;
-  ~MutexHold() { mutex_.Unlock(); }
-
- private:
-  CXMutex& mutex_;
 };
 
 // Marks this thread as the one inside the target's Write, and restores the mark
@@ -194,7 +183,7 @@ __attribute__((noinline)) void CQuorlLogger::WriteRecord(
     EnterProcess(thread_id.generation);
   }
   LogRecord record({thread_id, level, from, msg, data, size});
-  const MutexHold hold(mutex_);
+  const std::lock_guard<CXMutex> hold(mutex_);
   record.SetTime(Time().For(time(nullptr)));
   const WriteMark mark(logging_, logging_thread_, thread_id.number);
   target->Write(record.Text(), record.Size());

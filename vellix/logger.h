@@ -8,7 +8,6 @@
 #define VELLIX_LOGGER_H_
 
 #include <atomic>
-#include <cstddef>
 #include <cstdint>
 #include <string>
 

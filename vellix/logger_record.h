@@ -1,5 +1,5 @@
-// The line of one log record: pure text, no lock. Internal. The steps that every
-// record takes are inline, the slow paths stand in the source file.
+// The line of one log record: pure text, no lock. Internal. What every record
+// takes is inline; the slow paths stand in the source file.
 #ifndef VELLIX_LOGGER_RECORD_H_
 #define VELLIX_LOGGER_RECORD_H_
 
@@ -12,6 +12,7 @@
 
 #include "vellix/logger.h"
 #include "vellix/logger_text.h"
+#include "vellix/sysutils_hex.h"
 #include "vellix/thread_id.h"
 
 namespace QuorlBased {
@@ -100,7 +101,8 @@ class LogRecord {
     out = (msg.*kAppend)(out);
     if (!out) return false;
     out = Append(out, kData);
-    out = dumped > 0 ? DumpBytes(fields.data, dumped, out) : Append(out, kNull);
+    out = dumped > 0 ? WriteHex(fields.data, dumped, ' ', out)
+                     : Append(out, kNull);
     out = Append(out, kEnd);
     size_ = static_cast<uint32_t>(out - text_);
     return true;

@@ -1,9 +1,7 @@
-// The texts and the dump of a log record: plain text, for the toolkit as well.
-// Internal. The steps that every record takes are inline.
+// The texts of a log record. Internal. What every record takes is inline.
 #ifndef VELLIX_LOGGER_TEXT_H_
 #define VELLIX_LOGGER_TEXT_H_
 
-#include <cstddef>
 #include <cstdint>
 #include <cstring>
 
@@ -64,10 +62,6 @@ class LogText {
   size_t length_;
   size_t escapes_ = 0;
 };
-
-// Writes two digits and a blank for each byte to `out`, then a NUL, and returns
-// the address of the NUL.
-char* DumpBytes(const unsigned char* data, size_t size, char* out);
 
 }  // namespace QuorlBased
 

@@ -9,8 +9,8 @@ constexpr int64_t kSecondsPerDay = 86400;
 constexpr int64_t kDaysPerEra = 146097;  // 400 years
 
 // The date and time of `seconds` since 1970-01-01, without the C library, whose
-// gmtime_r takes its lock of the time zone as well. The date is counted in years
-// that begin in March, so that a leap day is the last of its year.
+// gmtime_r takes its lock of the time zone as well. Years are counted from
+// March on, so that a leap day is the last of its year.
 tm CivilTime(int64_t seconds) {
   tm fields{};
   int64_t day = seconds / kSecondsPerDay;

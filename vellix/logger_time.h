@@ -14,8 +14,8 @@ class TimeText {
   // looked up when the second changes.
   const char* For(time_t now) { return now == second_ ? text_ : Render(now); }
 
-  // Looks up the offset from UTC, so that a child knows it that is forked before
-  // the first record.
+  // Looks up the offset from UTC, so that it is known to a child that is forked
+  // before the first record.
   void LearnOffset() { For(time(nullptr)); }
 
   // To be called in a forked child, which may inherit a half-written text. With

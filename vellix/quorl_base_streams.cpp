@@ -29,8 +29,7 @@ bool Transfer(IQuorlStream& source, IQuorlStream& dest, int64_t count) {
   ResKeeper keeper;
   // A negative size becomes a request that no heap can meet.
   const int64_t block = std::min(count, kTransferBytes);
-  auto* buffer =
-      static_cast<char*>(keeper.Alloc(static_cast<uint64_t>(block)));
+  auto* buffer = static_cast<char*>(keeper.Alloc(static_cast<uint64_t>(block)));
   int64_t remaining = count;
   while (remaining > 0) {
     const int64_t asked = std::min(remaining, block);

@@ -3,28 +3,13 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <mutex>
 
 #include "vellix/sysutils_internal.h"
 #include "vellix/sysutils_locks.h"
 
 namespace QuorlBased {
 namespace {
-
-// Holds a critical section, if there is one, for the length of a scope.
-class ScopedCritical {
- public:
-  explicit ScopedCritical(void* lock) : lock_(lock) {
-    if (lock_) enter_critical(lock_);
-  }
-  ScopedCritical(const ScopedCritical&) = delete;
-  ScopedCritical& operator=(const ScopedCritical&) = delete;
-  ~ScopedCritical() {
-    if (lock_) leave_critical(lock_);
-  }
-
- private:
-  void* lock_;
-};
 
 // Frees a block unless the queue has taken it over. A ResKeeper would fail
 // under a name of its own.
@@ -48,18 +33,26 @@ class BlockCopy {
 
 }  // namespace
 
+void CDataBuffer2::Section::lock() {
+  if (handle) enter_critical(handle);
+}
+
+void CDataBuffer2::Section::unlock() {
+  if (handle) leave_critical(handle);
+}
+
 CDataBuffer2::CDataBuffer2(bool useLock)
-    : lock_(useLock ? init_critical() : nullptr) {}
+    : lock_{useLock ? init_critical() : nullptr} {}
 
 CDataBuffer2::~CDataBuffer2() {
   Clear();
-  if (lock_) delete_critical(lock_);
+  if (lock_.handle) delete_critical(lock_.handle);
 }
 
 void CDataBuffer2::Push(const void* data, unsigned long size) {
   if (!data || size == 0) return;
   BlockCopy copy(data, size);
-  const ScopedCritical held(lock_);
+  const std::lock_guard<Section> held(lock_);
   nodes_.push_back({copy.Get(), 0, size});
   copy.Release();
   data_size_ += size;
@@ -68,14 +61,14 @@ void CDataBuffer2::Push(const void* data, unsigned long size) {
 void CDataBuffer2::PushFront(const void* data, unsigned long size) {
   if (!data || size == 0) return;
   BlockCopy copy(data, size);
-  const ScopedCritical held(lock_);
+  const std::lock_guard<Section> held(lock_);
   nodes_.push_front({copy.Get(), 0, size});
   copy.Release();
   data_size_ += size;
 }
 
 unsigned long CDataBuffer2::Pop(void* dest, unsigned long size) {
-  const ScopedCritical held(lock_);
+  const std::lock_guard<Section> held(lock_);
   auto* next = static_cast<char*>(dest);
   unsigned long left = size;
   while (left > 0 && !nodes_.empty()) {
@@ -102,12 +95,12 @@ unsigned long CDataBuffer2::Pop(void* dest, unsigned long size) {
 }
 
 unsigned long CDataBuffer2::GetDataSize() const {
-  const ScopedCritical held(lock_);
+  const std::lock_guard<Section> held(lock_);
   return data_size_;
 }
 
 void CDataBuffer2::Clear() {
-  const ScopedCritical held(lock_);
+  const std::lock_guard<Section> held(lock_);
   for (const DataNode& node : nodes_) free(node.data);
   nodes_.clear();
   data_size_ = 0;

@@ -50,9 +50,17 @@ class CDataBuffer2 {
   void Clear();
 
  private:
+  // A critical section, or none, for std::lock_guard.
+  struct Section {
+    void lock();
+    void unlock();
+
+    void* handle;  // null without a lock
+  };
+
   std::deque<DataNode> nodes_;
   unsigned long data_size_ = 0;  // sum of length - offset
-  void* lock_;                   // critical section handle, null without
+  mutable Section lock_;
 };
 
 }  // namespace QuorlBased

@@ -9,7 +9,9 @@
 #include <utility>
 
 #include "vellix/res_keeper.h"
+#include "vellix/sysutils_hex.h"
 #include "vellix/sysutils_internal.h"
+#include "vellix/text_or_empty.h"
 
 namespace QuorlBased {
 namespace {
@@ -106,50 +108,12 @@ void DecodePairs(const char* from, size_t bytes, char* to) {
   }
 }
 
-constexpr char UpperDigit(unsigned value) {
-  return static_cast<char>(value + '0' + (value > 9 ? 'A' - '0' - 10 : 0));
-}
-
-constexpr std::array<Pair, 256> MakeHexPairs() {
-  std::array<Pair, 256> table{};
-  for (unsigned byte = 0; byte < table.size(); ++byte) {
-    table[byte] = {UpperDigit(byte >> 4), UpperDigit(byte & 15)};
-  }
-  return table;
-}
-constexpr auto kHexPairs = MakeHexPairs();
-
-// Two digits as a number, the first one its low byte.
-inline uint64_t PairAsNumber(unsigned char byte) {
-  uint16_t pair = 0;
-  memcpy(&pair, &kHexPairs[byte], sizeof(pair));
-  return le16toh(pair);
-}
-
 // Writes the two digits of each byte, without a separator: a loop that
 // compilers turn into one over vectors.
 void EncodeDense(const unsigned char* from, size_t size, char* to) {
   for (size_t i = 0; i < size; ++i) {
     to[2 * i] = UpperDigit(from[i] >> 4);
     to[2 * i + 1] = UpperDigit(from[i] & 15);
-  }
-}
-
-// With one character behind each byte's digits: two bytes make 6 characters,
-// stored at once. May write up to 5 characters behind the result.
-void EncodeSpaced(const unsigned char* from, size_t size, char* to,
-                  char separator) {
-  const auto character = static_cast<unsigned char>(separator);
-  const uint64_t separators = uint64_t{character} << 16 | uint64_t{character}
-                                                              << 40;
-  for (; size >= 2; size -= 2, from += 2, to += 6) {
-    const uint64_t text = htole64(separators | PairAsNumber(from[0]) |
-                                  PairAsNumber(from[1]) << 24);
-    memcpy(to, &text, sizeof(text));
-  }
-  if (size > 0) {
-    const uint64_t text = htole64(separators | PairAsNumber(*from));
-    memcpy(to, &text, sizeof(text));
   }
 }
 
@@ -184,7 +148,7 @@ class HexChunk {
         EncodeDense(from, size, text_);
         break;
       case 3:
-        EncodeSpaced(from, size, text_, separator_);
+        WriteHex(from, size, separator_, text_);
         break;
       default:
         EncodeInto(from, size, text_, step_);
@@ -294,7 +258,7 @@ uint32_t hex2bin(std::string& hex, std::string& out) {
 uint32_t HexToBin(std::string& out, const char* hex, const std::string& seps) {
   std::string bytes;  // not out yet: hex and seps may lie in it
   size_t length = 0;
-  for (const char* piece = hex ? hex : ""; *piece != '\0'; piece += length) {
+  for (const char* piece = TextOrEmpty(hex); *piece != '\0'; piece += length) {
     piece += strspn(piece, seps.c_str());
     length = strcspn(piece, seps.c_str());
     if (length % 2 != 0) continue;

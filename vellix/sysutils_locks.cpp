@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <ctime>
+#include <mutex>
 
 #include "vellix/sysutils_internal.h"
 #include "vellix/sysutils_polling.h"
@@ -13,18 +14,12 @@ constexpr uint32_t kMillisecondsPerSecond = 1000;
 constexpr long kNanosecondsPerMillisecond = 1000000;
 constexpr long kNanosecondsPerSecond = 1000000000;
 
-// Holds a mutex of the platform, also until a cancelled thread unwinds.
-class MutexHold {
- public:
-  explicit MutexHold(pthread_mutex_t* mutex) : mutex_(mutex) {
-    pthread_mutex_lock(mutex_);
-  }
-  MutexHold(const MutexHold&) = delete;
-  MutexHold& operator=(const MutexHold&) = delete;
-  ~MutexHold() { pthread_mutex_unlock(mutex_); }
+// A mutex of the platform for std::lock_guard.
+struct PlatformMutex {
+  void lock() { pthread_mutex_lock(mutex); }
+  void unlock() { pthread_mutex_unlock(mutex); }
 
- private:
-  pthread_mutex_t* mutex_;
+  pthread_mutex_t* mutex;
 };
 
 // The time of the monotonic clock in `timeout` milliseconds.
@@ -93,7 +88,8 @@ CXEvent::~CXEvent() {
 }
 
 bool CXEvent::Wait(uint32_t timeout) {
-  const MutexHold hold(&mutex_);
+  PlatformMutex mutex{&mutex_};
+  const std::lock_guard<PlatformMutex> hold(mutex);
   if (!signaled_) {
     const timespec deadline = DeadlineIn(timeout);
     // Not `signaled_`, which the first of several released threads may have
@@ -113,14 +109,16 @@ bool CXEvent::Wait(uint32_t timeout) {
 }
 
 void CXEvent::Set() {
-  const MutexHold hold(&mutex_);
+  PlatformMutex mutex{&mutex_};
+  const std::lock_guard<PlatformMutex> hold(mutex);
   signaled_ = true;
   ++sets_;
   pthread_cond_broadcast(&condition_);
 }
 
 void CXEvent::Reset() {
-  const MutexHold hold(&mutex_);
+  PlatformMutex mutex{&mutex_};
+  const std::lock_guard<PlatformMutex> hold(mutex);
   signaled_ = false;
 }
 

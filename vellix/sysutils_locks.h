@@ -39,6 +39,10 @@ class CXMutex {
   // Releases one level. False when the calling thread does not hold the lock.
   bool Unlock() { return pthread_mutex_unlock(&mutex_) == 0; }
 
+  // For std::lock_guard: Lock(kWaitForever) and Unlock.
+  void lock() { Lock(kWaitForever); }
+  void unlock() { Unlock(); }
+
  private:
   bool LockPolling(uint32_t timeout);
 

@@ -1,7 +1,6 @@
 #include "vellix/sysutils_memory.h"
 
 #include <algorithm>
-#include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>

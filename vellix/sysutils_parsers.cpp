@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "vellix/sysutils_platform.h"
+#include "vellix/text_or_empty.h"
 
 namespace QuorlBased {
 namespace {
@@ -117,8 +118,8 @@ int32_t parse_cmd_line(const std::string& commandLine,
 }
 
 bool StrMatch(const char* text, const char* mask) {
-  if (!text) text = "";
-  if (!mask) mask = "";
+  text = TextOrEmpty(text);
+  mask = TextOrEmpty(mask);
   const int32_t* upper = PlatformUpperCase();
   for (; *mask != '*'; ++mask, ++text) {
     if (*mask == '\0') return *text == '\0';

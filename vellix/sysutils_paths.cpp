@@ -89,8 +89,6 @@ size_t ExtensionStart(const std::string& path) {
   return found ? last : std::string::npos;
 }
 
-bool IsDirectory(const struct stat& status) { return S_ISDIR(status.st_mode); }
-
 // Makes one directory, or passes over the one that is there.
 void MakeOneDir(const std::string& path) {
   if (mkdir(path.c_str(), kPermissions) == 0) return;
@@ -101,7 +99,7 @@ void MakeOneDir(const std::string& path) {
   if (stat(path.c_str(), &status) != 0) {
     kSysutils.Raise(kGeneralFailure, "Can't create directory");
   }
-  if (!IsDirectory(status)) {
+  if (!S_ISDIR(status.st_mode)) {
     kSysutils.Raise(kGeneralFailure, "Can't create directory");
   }
 }
@@ -184,7 +182,7 @@ bool dir_exists(const char* path) {
     if (stat(path, &status) != 0) {
       kSysutils.Raise(kGeneralFailure, "dir_exist: Can't stat the directory");
     }
-    if (!IsDirectory(status)) {
+    if (!S_ISDIR(status.st_mode)) {
       kSysutils.Raise(kGeneralFailure, "dir_exist: It's not a directory");
     }
     return true;

@@ -49,16 +49,17 @@ class CQuorlBasedProcess {
 
   // Starts the program, which inherits descriptors, environment, working
   // directory, signal mask and ignored signals. None of the host's signal
-  // handlers runs in the child. With `startSuspended` the program does not begin
-  // before Resume. True when there is a child; that the program cannot be
-  // executed, or that there is none in the command line, shows in the exit code.
-  // A file without "#!" is run by the shell (execvp). False when the system
-  // gives no thread or no process; the object is then as if it had never run. An
-  // object whose child has ended can run again.
+  // handlers runs in the child. With `startSuspended` the program does not
+  // begin before Resume. A file without "#!" is run by the shell (execvp).
   //
-  // A suspended start looks for the stop of the child, for a second at the most.
-  // A host that collects such news itself (waitpid with WUNTRACED) makes it wait
-  // that long.
+  // Returns true when there is a child; that the program cannot be executed, or
+  // that there is none in the command line, shows in the exit code. False when
+  // the system gives no thread or no process; the object is then as if it had
+  // never run. An object whose child has ended can run again.
+  //
+  // A suspended start looks for the stop of the child, for a second at the
+  // most. A host that collects such news itself (waitpid with WUNTRACED) makes
+  // it wait that long.
   //
   // Throws kWrongState "The process has run already" while a child is alive.
   bool Run(bool startSuspended);

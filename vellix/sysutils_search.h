@@ -1,7 +1,9 @@
 // The search for a pattern in a text: internal to the text functions.
 //
 // Both directions look at 64 positions at once, by two bytes of the pattern,
-// with vector types that g++ and clang++ offer for every processor.
+// with vector types that g++ and clang++ offer for every processor. Over words
+// this takes between a half and a tenth of the time of memmem, and over long
+// runs of one byte a hundredth (text/find-*, text/rfind-*).
 #ifndef VELLIX_SYSUTILS_SEARCH_H_
 #define VELLIX_SYSUTILS_SEARCH_H_
 
@@ -20,8 +22,8 @@ class SearchPattern {
 
   explicit SearchPattern(const std::string& pattern)
       : bytes_(pattern.data()), size_(pattern.size()), probe_(size_ - 1) {
-    // Of runs of one byte in both, all positions would look promising: the
-    // second byte looked at should differ from the first.
+    // In a run of equal bytes every position matches the first probe: pick a
+    // second one that differs.
     while (probe_ > 1 && bytes_[probe_] == bytes_[0]) --probe_;
     memset(&first_, bytes_[0], sizeof(first_));
     memset(&second_, bytes_[probe_], sizeof(second_));

@@ -1,5 +1,5 @@
-// The number of the calling thread, as the logger compares it and as log records
-// print it. Internal.
+// The number of the calling thread, as the logger compares it and as log
+// records print it. Internal.
 #ifndef VELLIX_THREAD_ID_H_
 #define VELLIX_THREAD_ID_H_
 

@@ -1,0 +1,36 @@
+#include "vellix/sysutils_hex.h"
+
+#include <endian.h>
+
+#include <cstdint>
+#include <cstring>
+
+namespace QuorlBased {
+namespace {
+
+// Two digits as a number, the first one its low byte.
+inline uint64_t PairAsNumber(unsigned char byte) {
+  uint16_t pair = 0;
+  memcpy(&pair, &kHexPairs[byte], sizeof(pair));
+  return le16toh(pair);
+}
+
+}  // namespace
+
+char* WriteHex(const unsigned char* from, size_t size, char separator,
+               char* to) {
+  const uint64_t one = uint64_t{static_cast<unsigned char>(separator)} << 16;
+  // Two bytes make 6 characters, stored at once with 2 that the next overwrite.
+  for (; size > 2; size -= 2, from += 2, to += 6) {
+    const uint64_t text = htole64(one | one << 24 | PairAsNumber(from[0]) |
+                                  PairAsNumber(from[1]) << 24);
+    memcpy(to, &text, sizeof(text));
+  }
+  for (; size > 0; --size, ++from, to += 3) {
+    const uint64_t text = htole64(one | PairAsNumber(*from));
+    memcpy(to, &text, 4);
+  }
+  return to;
+}
+
+}  // namespace QuorlBased
