@@ -3,10 +3,12 @@
 set(VELLIX_SANITIZE "" CACHE STRING
     "Sanitizers of all targets of this tree, as -fsanitize takes them")
 
-# A user's newer compiler may warn where ours do not.
-if(PROJECT_IS_TOP_LEVEL AND NOT DEFINED CMAKE_COMPILE_WARNING_AS_ERROR)
-  set(CMAKE_COMPILE_WARNING_AS_ERROR ON)
+# Sanitizers come through VELLIX_SANITIZE or the compiler's flags.
+set(VELLIX_SANITIZED ${VELLIX_SANITIZE})
+if(CMAKE_CXX_FLAGS MATCHES "-fsanitize=([^ ]+)")
+  set(VELLIX_SANITIZED ${CMAKE_MATCH_1})
 endif()
+
 if(PROJECT_IS_TOP_LEVEL AND NOT CMAKE_BUILD_TYPE
    AND NOT CMAKE_CONFIGURATION_TYPES)
   set(CMAKE_BUILD_TYPE Release CACHE STRING "Build type" FORCE)
@@ -25,9 +27,9 @@ target_compile_options(vellix_warnings INTERFACE ${VELLIX_WARNINGS})
 
 set(VELLIX_OPTIMISED $<CONFIG:Release,RelWithDebInfo,MinSizeRel>)
 
-# The linker marks nothing when one object is not marked, and those of the C
-# library's _init and _fini are not. They do nothing here: naming another
-# function, which there is not, leaves them out of the load.
+# The mark says that every function may be called under indirect branch
+# tracking. The C library's _init and _fini may not, and do nothing: a name that
+# does not exist keeps them from being called.
 if(CMAKE_SYSTEM_PROCESSOR STREQUAL x86_64)
   set(VELLIX_CONTROL_FLOW_COMPILE -fcf-protection=full)
   set(VELLIX_CONTROL_FLOW_LINK -Wl,-z,ibt,-z,shstk,-init=none,-fini=none)
@@ -46,8 +48,6 @@ function(vellix_library_options target)
       -fno-ident
       # A unique symbol would keep the library from ever being unloaded.
       $<$<CXX_COMPILER_ID:GNU>:-fno-gnu-unique>
-      # Interfaces whose table is elsewhere are described as well.
-      $<$<AND:$<CXX_COMPILER_ID:GNU>,$<CONFIG:Debug>>:-femit-class-debug-always>
       $<${VELLIX_OPTIMISED}:-U_FORTIFY_SOURCE
                             -D_FORTIFY_SOURCE=2
                             -fstack-protector-strong
@@ -61,7 +61,7 @@ function(vellix_shared_library_options target)
       -Wl,-z,relro,-z,now,-z,noexecstack
       "$<${VELLIX_OPTIMISED}:${VELLIX_CONTROL_FLOW_LINK}>")
   # A sanitizer's run time is supplied by the executable.
-  if(NOT VELLIX_SANITIZE)
+  if(NOT VELLIX_SANITIZED)
     target_link_options(${target} PRIVATE -Wl,-z,defs)
   endif()
 endfunction()

@@ -84,8 +84,12 @@ class FailureSource {
       // The log's write may be cancelled. That unwinding would meet the write's
       // own guard while `e` is still caught, which ends the process.
       const CancellationHold hold;
-      if (kept) *kept = std::move(e);
-      GetQuorlException()->Copy(kept ? kept : &e);
+      CBaseException* failed = &e;
+      if (kept) {
+        *kept = std::move(e);
+        failed = kept;
+      }
+      GetQuorlException()->Copy(failed);
     } catch (const std::exception& e) {
       Set(kStandardException, e.what(), line, kept);
     } catch (...) {
@@ -119,7 +123,9 @@ class FailureSource {
       result = body();
       return true;
     };
-    if (!Guard(false, run, &failure, line)) throw failure;
+    if (!Guard(false, run, &failure, line)) {
+      throw CBaseException(std::move(failure));
+    }
     return result;
   }
 

@@ -3,9 +3,9 @@
 #ifndef VELLIX_SYSUTILS_CHILD_H_
 #define VELLIX_SYSUTILS_CHILD_H_
 
-#include <signal.h>
 #include <sys/types.h>
 
+#include <csignal>
 #include <cstdint>
 #include <list>
 #include <string>

@@ -3,10 +3,10 @@
 #ifndef VELLIX_SYSUTILS_PLATFORM_H_
 #define VELLIX_SYSUTILS_PLATFORM_H_
 
-#include <signal.h>
 #include <sys/types.h>
 
 #include <atomic>
+#include <csignal>
 #include <cstdint>
 #include <string>
 
