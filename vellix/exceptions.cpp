@@ -38,8 +38,9 @@ const char* CBaseException::GetExceptionSource(int* line) const {
 void CBaseException::SetException(int code, const char* msg, int line,
                                   const char* file) {
   file = TextOrEmpty(file);
-  // A text may lie in this object. Assigning a string a part of itself is
-  // sound; a file that lies in the message needs a copy before that changes.
+  // The texts may point into this object. A string may be assigned a part of
+  // itself, but a file that lies in the message is copied before the message
+  // changes.
   std::string kept_file;
   if (PointsInto(file, message_)) {
     kept_file = file;

@@ -1,8 +1,9 @@
-// The failure value and the record of the last failure of each thread.
+// The failure value and the failure record of each thread.
 //
-// A module reads its thread's record through GetQuorlException after a call
-// has returned its failure value. The record belongs to the calling thread;
-// a CBaseException belongs to whoever holds it. Nothing here takes a lock.
+// A call of the toolkit that fails returns its failure value and puts the
+// reason into the calling thread's failure record, which GetQuorlException
+// returns. The record belongs to its thread; a CBaseException belongs to
+// whoever holds it. Nothing here takes a lock.
 #ifndef VELLIX_EXCEPTIONS_H_
 #define VELLIX_EXCEPTIONS_H_
 
@@ -13,18 +14,19 @@
 #include <string>
 
 // A failure as every module of the process sees it. The order of the
-// operations is part of the binary interface. There is no destructor: nobody
-// may delete an object through this type.
+// operations is part of the binary interface. There is no destructor: do not
+// delete an object through this type.
 class IQuorlException {
  public:
   // The failure code; 0 is no failure.
   virtual int GetExceptionCode() const = 0;
 
-  // The message, never null. Valid until the object changes or dies.
+  // The message, never null. Valid until the object changes or is destroyed.
   virtual const char* GetExceptionMsg() const = 0;
 
-  // The source name of the raising statement, never null, valid until the
-  // object changes or dies. Writes its line to `*line`, which must not be null.
+  // The source name of the statement that raised the failure, never null, valid
+  // until the object changes or is destroyed. Writes its line to `*line`, which
+  // must not be null.
   virtual const char* GetExceptionSource(int* line) const = 0;
 
   // Stores the four fields. A null `msg` or `file` empties that text; both may
@@ -33,12 +35,12 @@ class IQuorlException {
   virtual void SetException(int code, const char* msg, int line,
                             const char* file) = 0;
 
-  // Sets the code to 0 and empties the message. Line and file stay as they
-  // are: they mean something only while the code is not 0.
+  // Sets the code to 0 and empties the message. Line and file stay: they mean
+  // something only while the code is not 0.
   virtual void Clear() = 0;
 
-  // Takes over the four fields of `src`, which must not be null and must give
-  // a source name that is not null. May throw std::bad_alloc.
+  // Copies the four fields of `src`, which must not be null and whose source
+  // name must not be null. May throw std::bad_alloc.
   virtual void Copy(IQuorlException* src) = 0;
 };
 
@@ -48,11 +50,11 @@ class CBaseException : public IQuorlException {
   // Code 0, empty texts, line 0.
   CBaseException() = default;
 
-  // A null `msg` or `file` gives an empty text. May throw std::bad_alloc.
+  // A null `msg` or `file` becomes an empty text. May throw std::bad_alloc.
   CBaseException(int code, const char* msg, int line, const char* file);
 
-  // A copy of the failure that `src` holds, to be thrown again. `src` must not
-  // be null and is not referred to afterwards. May throw std::bad_alloc.
+  // A copy of the failure that `src` holds, to be thrown or kept. `src` must
+  // not be null and is not referred to afterwards. May throw std::bad_alloc.
   explicit CBaseException(IQuorlException* src);
 
   CBaseException(const CBaseException&) = default;
@@ -71,6 +73,7 @@ class CBaseException : public IQuorlException {
   // Does nothing when `src` is this object. Never writes to the log.
   void Copy(IQuorlException* src) override;
 
+  // The failure code and the message, without a virtual call.
   int GetCode() const { return code_; }
   const char* GetMsg() const { return message_.c_str(); }
 
@@ -81,24 +84,24 @@ class CBaseException : public IQuorlException {
   std::string file_;
 };
 
-// The object behind GetQuorlException: one per thread, made and destroyed by
-// the store. What is copied into it goes to the log as well.
+// The object behind GetQuorlException, one per thread. Inside the library only.
+// What is copied into it is written to the log.
 class CQuorlException final : public CBaseException {
  public:
   // Code 0, empty texts, line -1.
   CQuorlException();
 
-  // Takes over the fields of `src` and writes them to the log at level LogExp,
+  // Copies the fields of `src` and writes them to the log at level LogExp,
   // unless exception logging is off or this thread is inside the logger's own
-  // write. With this object itself as `src` only the record is written.
+  // write. With this object itself as `src` only the log record is written.
   void Copy(IQuorlException* src) override;
 };
 
 static_assert(sizeof(CQuorlException) == sizeof(CBaseException),
-              "the record of a thread is a plain failure value");
+              "the failure record of a thread is a plain failure value");
 
-// Owner of the key under which each thread keeps its record. The library holds
-// the only object: the key lives from the library's load to its teardown.
+// Owner of the key under which each thread keeps its failure record. Inside the
+// library only: the one object lives from the library's load to its teardown.
 class TLSKeyKeeper {
  public:
   TLSKeyKeeper();
@@ -113,7 +116,7 @@ namespace QuorlBased {
 
 // The failure codes. 0 is no failure.
 constexpr int32_t kNullPointer = 10021003;  // a required argument is null
-constexpr int32_t kNotFound = 10021005;     // what was looked for is not there
+constexpr int32_t kNotFound = 10021005;     // the thing asked for is not there
 constexpr int32_t kOutOfMemory = 10021007;  // out of memory
 constexpr int32_t kGeneralFailure = 10021008;  // no other code fits
 constexpr int32_t kBadArgument = 10021010;     // an argument has a bad value
@@ -132,29 +135,32 @@ constexpr int32_t kWrongState = 10021019;  // wrong state for the operation
 //   File: ../sysutils
 //   Line: 123 !!!]
 //
-// without a line feed at the end. Makes the thread's record if there is none
-// and does not change it. May throw std::bad_alloc. Any thread.
+// without a line feed at the end. Makes the thread's failure record if there is
+// none, and does not change it. May throw std::bad_alloc. Any thread.
 std::string GetLastQuorlExpAsText();
 
 // `e` rendered through `format`, a printf format that takes a text (the file
 // without its directories), an integer (the line) and a text (the message), in
-// this order: FormatQuorlExp(e, "%s:%d: %s"). At most 255 bytes; what is longer
-// is cut. Throws what extract_file_name throws. Any thread.
+// this order: FormatQuorlExp(e, "%s:%d: %s"). At most 255 bytes; a longer text
+// is cut. Throws what extract_file_name throws, so also in a working directory
+// that was removed. Any thread.
 std::string FormatQuorlExp(const CBaseException& e, const std::string& format);
 
 }  // namespace QuorlBased
 
 extern "C" {
 
-// The calling thread's record, made by the first call on the thread; never
-// null. One record per thread serves all modules of the process. It stays
+// The calling thread's failure record, made by the first call on the thread;
+// never null. One record per thread serves all modules of the process. It stays
 // valid until the thread calls ReleaseQuorlException or ends, and must not be
 // deleted. Throws std::bad_alloc when there is no memory for the first one.
-// Any thread.
+//
+// A process that has used up its pthread keys before the library is loaded gets
+// a new record from each call, and leaks it. Any thread.
 __attribute__((visibility("default"))) IQuorlException* GetQuorlException();
 
-// Destroys the calling thread's record, if it has one. The next
-// GetQuorlException gives a new one: code 0, empty texts, line -1. Any thread.
+// Destroys the calling thread's failure record, if it has one. The next
+// GetQuorlException makes a new one: code 0, empty texts, line -1. Any thread.
 __attribute__((visibility("default"))) void ReleaseQuorlException();
 
 }  // extern "C"

@@ -13,8 +13,8 @@
 namespace QuorlBased {
 namespace {
 
-// The text of a system failure, cut where it would not fit: the texts of the
-// system are much shorter.
+// The text of a system failure. It would be cut at the end of the buffer, but
+// the system's texts are much shorter.
 class SystemMessage {
  public:
   void Append(std::string_view piece) {
@@ -33,15 +33,15 @@ class SystemMessage {
 
 }  // namespace
 
-// Neither forced unwinding nor a foreign exception is a current exception. They
-// are told apart by the types that the run time gives them. Their handlers bind
-// a null reference: such an exception has no C++ object.
+// Forced unwinding and foreign exceptions are no current exception; the run
+// time gives each a type by which a handler tells them apart. Such a handler
+// binds a null reference, since there is no C++ object.
 __attribute__((no_sanitize("null"))) void LetUnwindingPass() {
   if (std::current_exception()) return;
   try {
     throw;
   } catch (abi::__foreign_exception&) {
-    // Forced unwinding goes on from here.
+    // Forced unwinding is not caught here and continues.
   }
 }
 
@@ -64,7 +64,7 @@ CBaseException FailureSource::SystemFailure(int error, int code,
 }
 
 IQuorlException* RecordIfAny() {
-  // Here since the store is in the shared library, which has no such function.
+  // Free goes on without a record; everything else fails without one.
   try {
     return GetQuorlException();
   } catch (const std::bad_alloc&) {

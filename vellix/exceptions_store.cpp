@@ -9,16 +9,16 @@ std::atomic<pthread_key_t> TLSKeyKeeper::sTLSIndex{0};
 
 namespace {
 
-// True between load and teardown. sTLSIndex cannot tell: 0 is a valid key, and
-// outside that time it is somebody else's.
+// True between load and teardown. sTLSIndex does not tell: 0 is a valid key,
+// and outside that time it may be another library's.
 std::atomic<bool> sRunning{false};
 
 // The calling thread's record, found with one load. The slot of the key owns
 // it; this is a copy of its address.
 //
-// Initial-exec: the room comes with the thread. Other models have the dynamic
-// linker allocate it at a thread's first record, and end the process when
-// memory is out.
+// Initial-exec: the room comes with the thread. With other models the dynamic
+// linker allocates it at a thread's first record, and ends the process when
+// there is no memory.
 __attribute__((
     tls_model("initial-exec"))) thread_local CQuorlException* sRecord;
 
@@ -54,13 +54,13 @@ bool FillSlot(const CQuorlException* record) {
 __attribute__((noinline)) IQuorlException* MakeRecord() {
   auto* record = new CQuorlException;
   const bool owned = FillSlot(record);
-  // After teardown a static destructor of the host may still ask: its record
-  // has no slot and goes with the process.
+  // A static destructor of the host may still ask after teardown: its record
+  // has no slot and lives until the process ends.
   if (owned || !sRunning.load()) sRecord = record;
   return record;
 }
 
-// The line that the log gets for a failure in a thread's record.
+// Logs the failure in a thread's record.
 void WriteExceptionRecord(const IQuorlException& failure) {
   QuorlBased::IQuorlLogger* logger = GetQuorlLogger();
   if (!logger->IsExpLogEnabled() || !logger->GetLogStream()) return;
@@ -79,8 +79,8 @@ void WriteExceptionRecord(const IQuorlException& failure) {
 }  // namespace
 
 TLSKeyKeeper::TLSKeyKeeper() {
-  // Stays the number of no key when the system has none left: each call then
-  // makes a record of its own.
+  // If the system has no key left, this is none either: each call then makes a
+  // new record.
   pthread_key_t key = ~pthread_key_t{0};
   pthread_key_create(&key, on_thread_exit);
   sTLSIndex.store(key);

@@ -4,9 +4,9 @@
 #include "vellix/logger.h"
 #include "vellix/process_generation.h"
 
-// What exists once per process. It stands in one file since only within a file
-// the order of static objects is certain: the logger's writes use the record of
-// the thread, so the key comes first and goes last.
+// What exists once per process. The order of static objects is certain only
+// within one file: the logger's writes use the record of the thread, so the key
+// is made first and deleted last.
 namespace {
 
 const TLSKeyKeeper sKeyKeeper;
@@ -35,8 +35,8 @@ const struct LoggerTeardown {
 
 }  // namespace
 
-// The address of the room, which is there before the object: another library's
-// initialiser may ask earlier than this one has run.
+// The address of the storage, not the reference: an initialiser of another
+// library may ask before the object has been constructed.
 QuorlBased::IQuorlLogger* GetQuorlLogger() {
   return reinterpret_cast<QuorlBased::CQuorlLogger*>(QuorlBased::sLoggerRoom);
 }

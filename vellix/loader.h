@@ -5,8 +5,8 @@
 //   library.Logger()->SetLogFile("host.log", true);
 //
 // Header-only; needs the standard library and dlopen, nothing of vellix at link
-// time. Open once, at start, on one thread; what it gives may then be used from
-// any thread.
+// time. Open once, at start, on one thread; what it returns may then be used
+// from any thread.
 #ifndef VELLIX_LOADER_H_
 #define VELLIX_LOADER_H_
 
@@ -22,8 +22,8 @@
 
 namespace vellix {
 
-// The library as a module that is opened at run time. Closes it when it dies;
-// a host that logs until its end keeps the object, or calls KeepLoaded.
+// The library as a module that is opened at run time. Closes it when it dies; a
+// host that logs until its end keeps the object, or calls KeepLoaded.
 class Library {
  public:
   Library() = default;
@@ -31,8 +31,8 @@ class Library {
   Library& operator=(const Library&) = delete;
   ~Library() { Close(); }
 
-  // Opens the library that lies beside the running executable.
-  // False with Error() on failure; nothing is then open.
+  // Opens the library that lies beside the running executable. False with
+  // Error() on failure; nothing is then open.
   bool Open() {
     const std::string directory = ExecutableDirectory();
     if (directory.empty()) {
@@ -75,8 +75,8 @@ class Library {
   // Leaves the library in the process when this object dies.
   void KeepLoaded() { keep_loaded_ = true; }
 
-  // The directory of the running executable with its closing slash; empty
-  // when the system does not tell.
+  // The directory of the running executable with its closing slash; empty when
+  // the system does not tell.
   static std::string ExecutableDirectory() {
     char path[PATH_MAX];
     if (!realpath("/proc/self/exe", path)) return {};

@@ -1,4 +1,4 @@
-// A thin C++ face of the logger for modules that link the library.
+// A thin C++ wrapper of the logger for modules that link the library.
 //
 //   const vellix::Log kLog("net");
 //   kLog.Info("listening");
@@ -55,9 +55,9 @@ class Text {
 
 class Log;
 
-// What Log::Debug() and its like give: collects what is streamed into it and
-// writes the record when the statement ends. Throws what IQuorlLogger::Log
-// throws.
+// The result of Log::Debug() and its siblings: collects what is streamed into
+// it and writes the log record when the statement ends. Throws what
+// IQuorlLogger::Log throws.
 class LogLine {
  public:
   LogLine(const LogLine&) = delete;
@@ -79,8 +79,7 @@ class LogLine {
     int exceptions = std::uncaught_exceptions();  // in flight at the beginning
   };
 
-  // Apart, as is Log::WriteLine, so that of a line whose level is off nothing
-  // is left but the test.
+  // noinline, as Log::WriteLine: a disabled line costs one load and one branch.
   __attribute__((noinline, returns_nonnull)) static Buffer* Begin() {
     return new Buffer;
   }
@@ -108,7 +107,8 @@ class Log {
     return level >= threshold_.load(std::memory_order_relaxed);
   }
 
-  // One record, if the level is on. Throws what IQuorlLogger::Log throws.
+  // Writes one log record if the level is on. Throws what IQuorlLogger::Log
+  // throws.
   void Write(QuorlBased::LogLevel level, Text msg, Bytes data = {}) const {
     if (IsOn(level)) {
       WriteRecord(level, msg.text_, msg.size_, data.data, data.size);
@@ -170,8 +170,8 @@ class Log {
  private:
   friend class LogLine;
 
-  // Apart from the test of the level, so that only the test is inlined; six
-  // words, which go in registers.
+  // noinline, so that only the test of the level is inlined; six words, which
+  // are passed in registers.
   __attribute__((noinline)) void WriteRecord(QuorlBased::LogLevel level,
                                              const char* text, size_t length,
                                              const void* data,

@@ -23,8 +23,7 @@ namespace {
 
 constexpr uint16_t kLogMode = 0x0021;  // an existing file, for writing
 
-// A caller that logs between a failed call and its look at errno sees the same
-// errno as one that does not log.
+// Restores errno: a caller may log between a failed call and its look at errno.
 class ErrnoKeeper {
  public:
   ErrnoKeeper() = default;
@@ -37,14 +36,14 @@ class ErrnoKeeper {
   const int kept_ = errno_;
 };
 
-// Marks this thread as the one inside the target's Write, and restores the mark
-// on every way out: a target may throw, and it may log again.
+// Marks this thread as the one inside the target's Write. Restores the mark on
+// every way out: a target may throw, and it may log again.
 class WriteMark {
  public:
   WriteMark(std::atomic<bool>& flag, std::atomic<uint32_t>& thread, uint32_t id)
       : flag_(flag), before_(flag.load(std::memory_order_relaxed)) {
-    // The id before the flag: who sees the flag sees an id not older than it.
-    // The other order would show a thread its own id beside another's flag.
+    // The id before the flag, so that the id is at least as new as the flag. In
+    // the other order a thread could see its own id beside the flag of another.
     thread.store(id, std::memory_order_relaxed);
     flag_.store(true, std::memory_order_release);
   }
@@ -57,8 +56,8 @@ class WriteMark {
   const bool before_;
 };
 
-// Whether something is at `path`. What cannot be looked at counts as being
-// there: to make it anew would empty it.
+// Whether there is a file at `path`. If stat cannot tell, it counts as present:
+// creating it would empty it.
 bool IsThere(const std::string& path) {
   struct stat status {};
   if (stat(path.c_str(), &status) == 0) return true;
@@ -113,9 +112,10 @@ void CQuorlLogger::TearDown() {
 bool CQuorlLogger::SetLogFile(const char* path, bool append) {
   if (GetLogStream() || torn_down_.load()) return false;
   if (!path) return false;
-  // Whatever fails, the host goes on without a log; file_open has recorded why.
+  // Whatever fails, the host continues without a log; file_open has recorded
+  // why.
   try {
-    GetQuorlException()->Clear();  // a failure below has its reason here
+    GetQuorlException()->Clear();  // a failure below puts its reason there
     std::string name = path;
     std::unique_ptr<CFileStream> target = OpenLogFile(name, append);
     LearnOffset();
@@ -171,7 +171,7 @@ void CQuorlLogger::Log(LogLevel level, const char* from, const char* msg,
   WriteRecord(level, from, msg, data, size);
 }
 
-// Apart from Log, whose early ways out need no room for a record.
+// noinline: the early returns of Log need no stack for a record.
 __attribute__((noinline)) void CQuorlLogger::WriteRecord(
     LogLevel level, const char* from, const char* msg,
     const unsigned char* data, unsigned int size) {
@@ -193,16 +193,17 @@ TimeText& CQuorlLogger::Time() {
   return *std::launder(reinterpret_cast<TimeText*>(time_room_));
 }
 
-// Before the target is set, when no other thread gets to the text.
+// To be called before the target is set: no other thread uses the text then.
 void CQuorlLogger::LearnOffset() {
   const uint32_t generation = ProcessGeneration();
   if (generation_.load() != generation) EnterProcess(generation);
   Time().LearnOffset();
 }
 
-// Makes the logger usable in a forked child: its parent's other threads are
-// gone, and one of them may have held the lock. Nothing is locked in the
-// parent. The first thread of the child that gets here does it, others wait.
+// Makes the logger usable in a forked child, in which the parent's other
+// threads are gone: one of them may have held the lock. Nothing is locked in
+// the parent. The first thread of the child to get here does the work, others
+// wait.
 void CQuorlLogger::EnterProcess(uint32_t generation) {
   constexpr uint32_t kEntering = 0x80000000;  // beside the generation
   uint32_t seen = generation_.load();

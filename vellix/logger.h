@@ -1,8 +1,8 @@
-// The logger: one per process, one line per record, one target.
+// The logger: one per process, one line per log record, one target.
 //
 // A host sets the target once, at start, before other threads log: a file with
-// SetLogFile, or a stream of its own with SetLogStream. From then on every
-// module of the process writes there through Log, from any thread. A record is
+// SetLogFile, or its own stream with SetLogStream. From then on every module of
+// the process writes there through Log, from any thread. A log record is
 // complete in its target when Log returns.
 #ifndef VELLIX_LOGGER_H_
 #define VELLIX_LOGGER_H_
@@ -16,71 +16,93 @@
 
 namespace QuorlBased {
 
-// The level of a record.
+// The level of a log record.
 enum LogLevel : int {
   LogDebug = 0,
   LogInfo = 1,
   LogWarn = 2,
-  LogExp = 3,  // the records of recorded failures; has a switch of its own
+  LogExp = 3,  // failures that were recorded; has a switch of its own
   LogError = 4,
   LogFatal = 5,
 };
 
-// The text of each level in a record, five characters wide.
+// The text of each level in a log record, five characters wide. Defined in
+// logger_text.cpp.
 extern const char* const loglevel_text[6];
 
 // The logger as every module of the process sees it. The order of the
 // operations is part of the binary interface.
 class IQuorlLogger {
  public:
-  // Makes the file `path` the target: an existing one is continued at its end
-  // when `append` is true and emptied when it is false, a missing one is made.
-  // The file stays open for the rest of the process's life. False when a target
-  // is set already, for a null path, and when the file cannot be opened; the
-  // thread's exception object then holds the reason and a target can still be
-  // set. Success leaves that object empty, unless what is continued cannot
-  // seek, as a pipe.
+  // Makes the file `path` the target and creates it if it is missing. An
+  // existing file is appended to when `append` is true, emptied when it is
+  // false. The file stays open until the process ends; it gets the lowest free
+  // descriptor, 0 to 2 in a process that has closed those.
+  //
+  // Failure: false, and a target can still be set. The thread's failure record
+  // holds the reason when the file could not be opened. It is left as it was
+  // when a target is set already and for a null path. Success clears it, except
+  // when appending to something that cannot seek, such as a pipe. Not
+  // synchronised: set the target before other threads log.
   virtual bool SetLogFile(const char* path, bool append) = 0;
 
   // The name given to SetLogFile; null without one. Valid as long as the
   // logger.
   virtual const char* GetLogFile() = 0;
 
-  // Makes `stream` the target. It stays the caller's and has to outlive all
-  // that can log. False, and nothing changed, for null and when a target is set
-  // already.
+  // Makes `stream` the target. It stays the caller's and has to outlive
+  // everything that can log. If the process forks and its child is to log, the
+  // stream must not be left half changed by a thread that is gone in the child:
+  // a stream over a descriptor has nothing to change, a CMemoryStream has.
+  //
+  // Failure: false, and nothing is changed or recorded, for null and when a
+  // target is set already. Not synchronised, as SetLogFile.
   virtual bool SetLogStream(IQuorlStream* stream) = 0;
 
   // The target; null while there is none.
   virtual IQuorlStream* GetLogStream() = 0;
 
-  // The master switch, on at start. May be changed at any time.
+  // The master switch, on at start. May be changed at any time, by any thread.
   virtual void EnableLog(bool enable) = 0;
 
-  // The switch for records of level LogExp, on at start. May be changed at any
-  // time.
+  // The switch for log records of level LogExp, on at start. May be changed at
+  // any time, by any thread.
   virtual void EnableExpLog(bool enable) = 0;
+
+  // Whether that switch is on.
   virtual bool IsExpLogEnabled() = 0;
 
-  // Writes one record: one line, ended by CR LF, given to the target's Write in
-  // one call.
+  // Writes one log record: one line, ended by CR LF, in one call of the
+  // target's Write.
   //
   //   [TM=Sun Nov  1 09:05:00 2026] [TH=4711] [LV=INFO ] [FR=net] [MG=up]
   //   [BN=NULL]
   //
   // `from` names the source and `msg` is the text, "NULL" when null; line feed
   // and carriage return in them become \n and \r. Of `data` the first 1024 of
-  // `size` bytes are dumped as hexadecimal digits, "NULL" without any. Nothing
-  // happens when logging is off, without a target, and for an unknown level. A
-  // failed write is not reported and not repeated. Leaves errno as it was.
-  // Throws what the target's Write throws, and std::bad_alloc; the next record
-  // is whole all the same. Any thread; records never interleave.
+  // `size` bytes are dumped as hexadecimal digits, "NULL" without any. Does
+  // nothing when logging is off, without a target, and for an unknown level.
+  //
+  // The time is local time. A new value of TZ shows when the next second
+  // begins; the C library then reads the environment, which must not be changed
+  // by another thread at that moment. The child of a process with threads keeps
+  // the offset from UTC that was last in use there.
+  //
+  // Failure: a failed Write is neither reported nor repeated. Throws what the
+  // target's Write throws, std::bad_alloc, and std::length_error for more than
+  // 4 GiB; the next log record is whole all the same. A file takes 2 GiB less
+  // 4 KiB at once; the rest of a longer record is lost.
+  //
+  // Leaves errno as it was, and the thread's failure record too if the target
+  // does. Any thread; log records never interleave. Not in a signal handler,
+  // and not under asynchronous cancellation: either may end or hang the
+  // process.
   virtual void Log(LogLevel level, const char* from, const char* msg,
                    const unsigned char* data, unsigned int size) = 0;
 
-  // Whether a record is being written now. Writes to `*threadId`, unless it is
-  // null, the id of the thread that last began to write one. A thread that
-  // finds true and its own id is itself inside the target's Write.
+  // Whether a log record is being written now. Writes to `*threadId`, unless it
+  // is null, the id of the thread that last began to write one. A thread that
+  // finds true and its own id is itself inside the target's Write. Any thread.
   virtual bool IsLogging(unsigned int* threadId) = 0;
 };
 
@@ -109,11 +131,13 @@ class CQuorlLogger final : public IQuorlLogger {
   bool IsLogging(unsigned int* threadId) override;
 
   // `text`, which must not be null, with each line feed as \n and each carriage
-  // return as \r. May throw std::bad_alloc.
+  // return as \r. May throw std::bad_alloc. For hosts as well; defined in
+  // logger_text.cpp, as the next one.
   static std::string ConvertToLogText(const char* text);
 
   // Fills `out` with the dump of `size` bytes: two upper-case digits and a
-  // blank for each. May throw std::bad_alloc.
+  // blank for each. May throw std::bad_alloc, and std::length_error where
+  // sizes have 32 bits.
   static void ConvertToHexString(const unsigned char* data, unsigned int size,
                                  std::string& out);
 
@@ -131,8 +155,8 @@ class CQuorlLogger final : public IQuorlLogger {
                    const unsigned char* data, unsigned int size);
 
   std::string log_file_;
-  // Freed by nobody. Kept beyond the teardown, which forgets the target: a leak
-  // checker of the host still finds it.
+  // Never freed. Kept beyond the teardown, which forgets the target, so that a
+  // leak checker still finds it.
   IQuorlStream* log_file_stream_ = nullptr;
   std::atomic<IQuorlStream*> stream_{nullptr};
   std::atomic<bool> torn_down_{false};
@@ -141,15 +165,16 @@ class CQuorlLogger final : public IQuorlLogger {
   std::atomic<bool> logging_{false};
   std::atomic<uint32_t> logging_thread_{0};
   CXMutex mutex_;
-  std::atomic<uint32_t> generation_;  // of the process that the fields are of
-  alignas(8) unsigned char time_room_[64];
+  std::atomic<uint32_t> generation_;  // of the process that has set them up
+  alignas(8) unsigned char time_room_[64];  // for a TimeText
 };
 
 }  // namespace QuorlBased
 
 extern "C" {
 
-// The logger of the process; never null, never fails, not the caller's.
+// The logger of the process; never null, never fails, not the caller's. Its
+// operations may be called once the library has been loaded. Any thread.
 __attribute__((visibility("default"))) QuorlBased::IQuorlLogger*
 GetQuorlLogger();
 

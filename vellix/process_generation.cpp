@@ -7,8 +7,8 @@
 namespace QuorlBased {
 namespace {
 
-// Stands in where the system has no memory that a fork wipes. A handler wipes
-// it, which is later than the handlers that were registered earlier.
+// The substitute where the system has no memory that a fork wipes. A fork
+// handler wipes it, but runs after handlers that were registered earlier.
 std::atomic<uint32_t> sHandledMark{0};
 
 std::atomic<uint32_t> sLastGeneration{0};
@@ -20,7 +20,7 @@ std::atomic<uint32_t>* gProcessMark = &sHandledMark;
 uint32_t NextProcessGeneration() {
   const uint32_t next = sLastGeneration.fetch_add(1) + 1;
   uint32_t mark = 0;
-  // Another thread of the child may be faster: then its generation counts.
+  // If another thread of the child was faster, its generation counts.
   return gProcessMark->compare_exchange_strong(mark, next) ? next : mark;
 }
 

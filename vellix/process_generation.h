@@ -12,7 +12,7 @@ namespace QuorlBased {
 // 0 in a child that has not asked yet.
 extern std::atomic<uint32_t>* gProcessMark;
 
-// Gives a new child its generation. Any thread.
+// Assigns a new child its generation. Any thread.
 uint32_t NextProcessGeneration();
 
 // Never 0, and never that of a process that this one was forked from.

@@ -27,7 +27,7 @@ bool WriteAll(IQuorlStream& stream, const char* bytes, int64_t count) {
 // Moves `count` bytes; false when a Read or Write failed and recorded why.
 bool Transfer(IQuorlStream& source, IQuorlStream& dest, int64_t count) {
   ResKeeper keeper;
-  // A negative size becomes a request that no heap can meet.
+  // A negative size becomes a request that the keeper refuses.
   const int64_t block = std::min(count, kTransferBytes);
   auto* buffer = static_cast<char*>(keeper.Alloc(static_cast<uint64_t>(block)));
   int64_t remaining = count;
@@ -84,7 +84,7 @@ bool CQuorlStreamImpl::IsStream() { return false; }
 
 void CQuorlStreamImpl::Free() {
   kStreams.Guard([this] {
-    // The stream goes even where there is no memory for a record.
+    // Destroy the stream even if there is no memory for a record.
     if (IQuorlException* record = RecordIfAny()) record->Clear();
     delete this;
   });

@@ -2,11 +2,13 @@
 // file and a growing memory block.
 //
 // Positions, sizes and the counts of CopyFrom are signed 64-bit bytes; one Read
-// or Write moves at most an unsigned 32-bit count, and gives it as a signed
-// one. No operation of the interface lets a failure out as an exception: it
-// gives its failure value and leaves the cause in the calling thread's
-// exception object. A stream holds no lock: it belongs to one thread at a time,
-// or to a caller that serialises it as the logger does.
+// or Write moves at most an unsigned 32-bit count and returns it as a signed
+// one: of 2 GiB and more the result is negative, -1 for 4 GiB less one byte. A
+// position that has moved tells such a success from a failure. No operation of
+// the interface lets a failure out as an exception: it returns its failure
+// value and leaves the cause in the calling thread's failure record. A stream
+// holds no lock: it belongs to one thread at a time, or to a caller that
+// serialises it as the logger does.
 #ifndef VELLIX_QUORL_BASE_STREAMS_H_
 #define VELLIX_QUORL_BASE_STREAMS_H_
 
@@ -26,28 +28,30 @@ enum SeekOrigin : int {
 
 // A stream as every module of the process sees it, and what a host implements
 // to give the logger a target of its own. The order of the operations is part
-// of the binary interface. There is no destructor: an object behind it ends by
-// its own Free.
+// of the binary interface. There is no destructor: an object behind it is
+// destroyed by its own Free.
 class IQuorlStream {
  public:
   // The position from the start; -1 on failure.
   virtual int64_t GetPosition() = 0;
-  // Moves to `position` from the start; gives the new position, -1 on failure.
+  // Moves to `position` from the start; returns the new position, -1 on
+  // failure.
   virtual int64_t SetPosition(int64_t position) = 0;
   // The size; -1 on failure.
   virtual int64_t GetSize() = 0;
   // Makes the stream `newSize` bytes long; false on failure.
   virtual bool SetSize(int64_t newSize) = 0;
-  // Reads up to `count` bytes; gives the bytes read, -1 on failure.
+  // Reads up to `count` bytes; returns the bytes read, -1 on failure.
   virtual int32_t Read(void* buffer, uint32_t count) = 0;
-  // Writes up to `count` bytes; gives the bytes written, -1 on failure.
+  // Writes up to `count` bytes; returns the bytes written, -1 on failure.
   virtual int32_t Write(const void* buffer, uint32_t count) = 0;
-  // Moves the position; gives the new one from the start, -1 on failure.
+  // Moves the position; returns the new one from the start, -1 on failure.
   virtual int64_t Seek(int64_t offset, SeekOrigin origin) = 0;
   // Copies `count` bytes from the position of `source` to this stream; a count
-  // of 0 copies the whole source from its start. Gives the bytes copied, -1 on
-  // failure.
+  // of 0 copies the whole source from its start. Returns the bytes copied, -1
+  // on failure.
   virtual int64_t CopyFrom(IQuorlStream* source, int64_t count) = 0;
+  // A property of the stream that nothing here asks for.
   virtual bool IsStream() = 0;
   // Whether the end has been met.
   virtual bool Eof() = 0;
@@ -69,24 +73,25 @@ class CQuorlStreamImpl : public IQuorlStream {
   // Seeks to the end and back. -1 when the position cannot be had.
   int64_t GetSize() override;
 
-  // Changes nothing and gives false.
+  // Changes nothing and returns false.
   bool SetSize(int64_t newSize) override;
 
-  // A Read that gives less than it was asked for is followed by another one,
+  // A Read that returns less than it was asked for is followed by another one,
   // and so is a Write. A Read or Write of -1 ends the copy with -1 and what it
-  // recorded; what was copied before stays.
+  // recorded; the bytes copied before stay.
   //
   // Failure: -1, recorded: kBadArgument "Count can't be less than zero",
   // kNullPointer "Bad pointer", kOutOfMemory "No enough memory", kEndOfData
   // "End of file" when the source ends early or the destination takes nothing
-  // more. Success clears the object.
+  // more. Success clears the record.
   int64_t CopyFrom(IQuorlStream* source, int64_t count) override;
 
   // False.
   bool IsStream() override;
 
-  // Clears the thread's exception object and deletes this stream, which must
-  // have been made with new. A failure of the destructor is recorded.
+  // Clears the thread's failure record and deletes this stream, which must have
+  // been made with new. A failure of the destructor is recorded. Not a
+  // cancellation point.
   void Free() override;
 
   // May throw: Free records what a derived destructor raises.
@@ -104,9 +109,8 @@ class CHandleStream : public CQuorlStreamImpl {
   // Makes the file `newSize` bytes long and always leaves the position at 0.
   //
   // Failure: false, recorded: kFileFailure "Stream Size less than Seek" when
-  // the seek to the new end fails, or what file_set_current_end recorded; where
-  // nothing can be sought, what the seek to 0 recorded after it. Success leaves
-  // the object as it was.
+  // the seek to the new end fails, or what file_set_current_end recorded.
+  // Success leaves the record as it was.
   bool SetSize(int64_t newSize) override;
 
   // file_read. At the end of the file: -1, recorded as kEndOfData, and Eof is
@@ -125,7 +129,7 @@ class CHandleStream : public CQuorlStreamImpl {
   // Leaves the handle open.
   ~CHandleStream() override;
 
-  // The handle, which stays the stream's. Clears the thread's exception object.
+  // The handle, which stays the stream's. Clears the thread's failure record.
   virtual int32_t GetHandle();
 
  protected:
@@ -136,16 +140,17 @@ class CHandleStream : public CQuorlStreamImpl {
 // A stream over a file that it opens and closes itself.
 class CFileStream : public CHandleStream {
  public:
-  // `mode` as in file_open: 0xFFFF makes or empties the file, any other word
-  // opens an existing one. Throws what file_open recorded.
+  // `mode` as in file_open: 0xFFFF creates or empties the file, any other word
+  // opens an existing one. Throws what file_open records.
   CFileStream(const std::string& path, uint16_t mode);
 
-  // Closes the file, with what file_close does to the exception object.
+  // Closes the file, with what file_close does to the failure record. Not a
+  // cancellation point.
   ~CFileStream() override;
 };
 
-// file_open that fails by throwing what file_open recorded; -1 if it failed
-// and recorded nothing.
+// file_open that fails by throwing what file_open records, whatever the log has
+// made of the record.
 int32_t file_open_exp(const std::string& path, const uint16_t& mode);
 
 // Reading, seeking and saving over one malloc block, which the stream owns and
@@ -163,18 +168,18 @@ class CCustomMemoryStream : public CQuorlStreamImpl {
   void SetPointer(void* block, int64_t size);
 
   // Copies up to `count` bytes from the position on; 0 at the end is no
-  // failure. The result is negative for 2 GiB and more that were copied.
+  // failure. `buffer` may lie in the block.
   //
   // Failure: -1, recorded: kNullPointer "Bad pointer", kEndOfData "self Buffer
   // is end" for a position beyond the size; -1 with nothing recorded for a
-  // negative position. Clears the object first.
+  // negative position. Clears the record first.
   int32_t Read(void* buffer, uint32_t count) override;
 
   // A position up to the size is good, a negative one too.
   //
   // Failure: -1, recorded: kGeneralFailure "Unexpected error" for an unknown
   // origin and for a position below INT64_MIN, kEndOfData "Position can't large
-  // than end". Success clears the object.
+  // than end". Success clears the record.
   int64_t Seek(int64_t offset, SeekOrigin origin) override;
 
   // True without a block, and at the end of it.
@@ -185,12 +190,12 @@ class CCustomMemoryStream : public CQuorlStreamImpl {
   //
   // Failure: false, recorded: kNullPointer "Bad pointer", what CopyFrom
   // recorded; false with nothing recorded for an empty stream. Clears the
-  // object first.
+  // record first.
   bool SaveToStream(CQuorlStreamImpl* dest);
 
-  // Makes or empties the file `path` and saves to it; an empty stream leaves an
-  // empty file and gives false. Failure: false, recorded by the open, by
-  // SaveToStream or by the close. Clears the object first.
+  // Creates or empties the file `path` and saves to it; an empty stream leaves
+  // an empty file and returns false. Failure: false, recorded by the open, by
+  // SaveToStream or by the close. Clears the record first.
   bool SaveToFile(const std::string& path);
 
   ~CCustomMemoryStream() override;
@@ -213,9 +218,10 @@ class CMemoryStream : public CCustomMemoryStream {
   int64_t GetCapacity() const { return capacity_; }
 
   // Brings the block to `newCapacity` bytes as Realloc rounds them; must not go
-  // below the size. When Realloc gives null: throws what the object holds, or
-  // kOutOfMemory "No enough memory" if that is nothing; the stream is then
-  // unchanged. An overriding Realloc clears or records.
+  // below the size. When Realloc returns null: throws its failure, or what an
+  // override has put into the failure record, or kOutOfMemory "No enough
+  // memory" if that is nothing; the stream is then unchanged. Clears the record
+  // first.
   void SetCapacity(int64_t newCapacity);
 
   // Empties the stream and frees the block. Throws what SetCapacity throws.
@@ -225,40 +231,42 @@ class CMemoryStream : public CCustomMemoryStream {
   // byte. A position beyond the new end moves to it.
   //
   // Failure: false, recorded: what SetCapacity throws; the stream is then
-  // unchanged. Clears the object first.
+  // unchanged. Clears the record first.
   bool SetSize(int64_t newSize) override;
 
-  // Writes all `count` bytes of `buffer`, which is not tested, at the position,
-  // growing as needed. The result is negative for 2 GiB and more.
+  // Writes all `count` bytes of `buffer`, which is not tested and may lie in
+  // the stream's own block, at the position, growing as needed.
   //
   // Failure: -1, recorded: kBadArgument "Count can't less than zero" for a
   // negative position, kTooSmall "Dest buffer is not enough" for no bytes at
   // position 0, kOutOfMemory "No enough memory"; the stream is then unchanged.
-  // Success clears the object.
+  // Success clears the record.
   int32_t Write(const void* buffer, uint32_t count) override;
 
   // Replaces the content by all of `source`; the position ends at the size.
   // After a failure the stream may have its new size and part of the data.
   //
   // Failure: false, recorded: kNullPointer "Bad pointer", kNoData "Soure Stream
-  // is empty", what CopyFrom recorded.
+  // is empty", what CopyFrom or an override that refuses to shrink recorded.
   bool LoadFromStream(IQuorlStream* source);
 
   // LoadFromStream from the file `path`. Failure: false, recorded by the open
   // or by LoadFromStream. A close that fails is recorded only: the data are
-  // there. Clears the object first.
+  // there. Clears the record first.
   bool LoadFromFile(const std::string& path);
 
-  // Frees the block, which clears the thread's exception object.
+  // Frees the block, which clears the thread's failure record.
   ~CMemoryStream() override;
 
-  // The allocation policy: gives the block for `newCapacity` bytes and stores
+  // The allocation policy: returns the block for `newCapacity` bytes and stores
   // there what it rounded them up to, a multiple of 8192 unless the request is
   // 0 or equals the size. Null for 0, with the block freed. SetCapacity is its
   // only caller; a class that overrides it changes every growth of the stream.
   //
   // Failure: null for more than 0 bytes, recorded: kOutOfMemory "No enough
-  // memory"; the old block stays. Clears the object first.
+  // memory"; the old block stays. Clears the record first. An override may put
+  // its reason into the record with SetException. Copy logs it as well, and a
+  // log that cannot be written then puts its own failure there.
   virtual void* Realloc(int64_t& newCapacity);
 
  protected:

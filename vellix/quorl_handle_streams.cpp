@@ -33,7 +33,7 @@ bool CHandleStream::SetSize(int64_t newSize) {
   const bool done = kStreams.Guard(false, set_size, &failure);
   Seek(0, SeekBegin);
   eof_ = false;
-  // Where nothing can be sought, the last seek has recorded its own failure.
+  // The last seek may have recorded a failure as well.
   if (!done) PutBack(failure);
   return done;
 }

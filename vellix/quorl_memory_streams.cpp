@@ -22,8 +22,8 @@ class CallFile : public CFileStream {
  public:
   using CFileStream::CFileStream;
 
-  // file_close that tells whether it succeeded. The destructor closes the file
-  // where this is not reached.
+  // file_close that returns whether it succeeded. If this is not called, the
+  // destructor closes the file.
   bool Close() {
     const CancellationHold hold;
     const int32_t handle = std::exchange(handle_, 0);
@@ -72,8 +72,8 @@ inline void CopyBytes(void* to, const void* from, size_t count) {
   memcpy(static_cast<char*>(to) + count - half, &last, half);
 }
 
-// `request` taken up to the next multiple of the growth step. What passes the
-// range of 64 bits comes out negative, which no heap grants.
+// `request` rounded up to a multiple of the growth step. If that overflows, the
+// result is negative and will be refused.
 int64_t RoundedUp(int64_t request) {
   return static_cast<int64_t>(
       (static_cast<uint64_t>(request) + kGrowthStep - 1) & ~(kGrowthStep - 1));
@@ -162,7 +162,7 @@ CMemoryStream::~CMemoryStream() {
 
 void CMemoryStream::SetCapacity(int64_t newCapacity) {
   const bool release = newCapacity == 0;
-  // An override has its failure in the record, or nothing.
+  // Afterwards the record holds what an override has put there, or nothing.
   GetQuorlException()->Clear();
   realloc_failure_.Clear();
   void* block = Realloc(newCapacity);
@@ -171,7 +171,7 @@ void CMemoryStream::SetCapacity(int64_t newCapacity) {
     RaiseStoredFailure();
     kStreams.Raise(kOutOfMemory, "No enough memory");
   }
-  // Before SetPointer can refuse a negative size: the old block may be gone.
+  // First: the old block may be gone, and SetPointer refuses a negative size.
   memory_ = block;
   capacity_ = newCapacity;
   SetPointer(block, size_);
@@ -207,7 +207,7 @@ int32_t CMemoryStream::Write(const void* buffer, uint32_t count) {
     }
     if (end == 0) kStreams.Raise(kTooSmall, "Dest buffer is not enough");
     if (end > size_) {
-      // The capacity says nothing of a block that was handed in.
+      // The capacity does not apply to a block that was handed in.
       if (end > capacity_ || handed_in_) {
         buffer = GrowTo(end, buffer);
         record = GetQuorlException();  // an override may have released it
@@ -221,8 +221,8 @@ int32_t CMemoryStream::Write(const void* buffer, uint32_t count) {
   });
 }
 
-// Makes room up to `end`. Returns `source`, or where it is now if it lies in
-// the block, which may move.
+// Grows the block to `end`. Returns `source`, or its new address if it lies in
+// the block.
 const void* CMemoryStream::GrowTo(int64_t end, const void* source) {
   const auto offset = reinterpret_cast<uintptr_t>(source) -
                       reinterpret_cast<uintptr_t>(memory_);
@@ -238,9 +238,9 @@ bool CMemoryStream::LoadFromStream(IQuorlStream* source) {
     source->SetPosition(0);
     const int64_t source_size = source->GetSize();
     if (source_size <= 0) kStreams.Raise(kNoData, "Soure Stream is empty");
-    // Without memory for all of it the copy fails where the memory ends.
+    // If this fails for want of memory, the copy fails where the memory ends.
     SetSize(source_size);
-    // An override that refuses to shrink would leave a tail of what was there.
+    // An override has refused to shrink: old content would stay behind.
     if (size_ > source_size) return false;
     Seek(0, SeekBegin);
     return CopyFrom(source, source_size) != -1;
@@ -260,7 +260,7 @@ bool CMemoryStream::LoadFromFile(const std::string& path) {
 void* CMemoryStream::Realloc(int64_t& newCapacity) {
   const auto reallocate = [&]() -> void* {
     GetQuorlException()->Clear();
-    // First, so that a block which was handed in at capacity 0 is freed too.
+    // First, so that a block that was handed in at capacity 0 is freed too.
     if (newCapacity == 0) {
       free(memory_);
       memory_ = nullptr;

@@ -1,4 +1,4 @@
-// What the stream files share: the name under which they fail.
+// What the stream files share.
 #ifndef VELLIX_QUORL_STREAMS_INTERNAL_H_
 #define VELLIX_QUORL_STREAMS_INTERNAL_H_
 
@@ -18,9 +18,9 @@ inline void PutBack(const CBaseException& failure) {
                                     source);
 }
 
-// Runs `body`, the last work of a stream, in its destructor, which is no point
-// of cancellation. A boundary lets something out when there is no memory to
-// record a failure; while another exception passes, that would end the process.
+// Runs `body`, the last work of a stream, in its destructor. Holds cancellation
+// off, and keeps back the std::bad_alloc of a guard that has no memory to
+// record a failure: it would end the process while another exception passes.
 template <typename Body>
 void EndStream(Body body) {
   const CancellationHold hold;

@@ -11,8 +11,8 @@
 namespace QuorlBased {
 namespace {
 
-// Frees a block unless the queue has taken it over. A ResKeeper would fail
-// under a name of its own.
+// Frees the block unless the queue has taken it over. Not a ResKeeper, whose
+// failures have another source name.
 class BlockCopy {
  public:
   BlockCopy(const void* data, unsigned long size)

@@ -1,6 +1,6 @@
 // A byte queue: data go in at the back or at the front and come out at the
-// front, in portions of any size. What was pushed is copied once, into a block
-// of its own, and never moved again.
+// front, in portions of any size. Each push copies its bytes into a block, in
+// which they stay until they are popped.
 #ifndef VELLIX_SYSUTILS_BUFFER_H_
 #define VELLIX_SYSUTILS_BUFFER_H_
 
@@ -10,7 +10,7 @@ namespace QuorlBased {
 
 // With a lock each operation is atomic with regard to the others, on any
 // thread; without one the object belongs to one thread at a time. No operation
-// but a push can fail, and none touches the thread's exception object.
+// but a push can fail, and none touches the thread's failure record.
 class CDataBuffer2 {
  public:
   // One push. A node in the queue has bytes left: `offset` is below `length`.
@@ -26,7 +26,7 @@ class CDataBuffer2 {
   CDataBuffer2(const CDataBuffer2&) = delete;
   CDataBuffer2& operator=(const CDataBuffer2&) = delete;
 
-  // Drops what is left. No other thread may still be in the object.
+  // Frees the bytes left. No other thread may still be in the object.
   ~CDataBuffer2();
 
   // Adds a copy of `size` bytes of `data` behind all others. Nothing happens
@@ -40,7 +40,8 @@ class CDataBuffer2 {
   void PushFront(const void* data, unsigned long size);
 
   // Takes up to `size` bytes from the front to `dest`, or drops them for a null
-  // `dest`. Gives the bytes taken: fewer than `size` when the buffer ran empty.
+  // `dest`. Returns the bytes taken: fewer than `size` when the buffer ran
+  // empty.
   unsigned long Pop(void* dest, unsigned long size);
 
   // Bytes that can be popped.

@@ -18,8 +18,8 @@ namespace {
 constexpr int kNotExecuted = 254;
 constexpr int kNoArgumentMemory = 255;
 
-// Gives each signal that the host catches its default action. Ignored signals
-// stay ignored.
+// Restores the default action of each signal that the host catches. Ignored
+// signals stay ignored.
 void DropHandlers() {
   for (int number = 1; number < NSIG; ++number) {
     struct sigaction action {};
@@ -31,8 +31,8 @@ void DropHandlers() {
   }
 }
 
-// Whether the call just made failed for want of the descriptor: the kernel is
-// too old, or the host has closed all descriptors.
+// Whether the call just made failed because the descriptor is unusable: the
+// kernel is too old, or the host has closed all descriptors.
 bool DescriptorIsLost() {
   return errno == EBADF || errno == EINVAL || errno == ENOSYS;
 }
@@ -40,7 +40,7 @@ bool DescriptorIsLost() {
 }  // namespace
 
 Program::Program(const std::string& command_line) {
-  // There is no caller to tell of missing memory: the child's exit code does.
+  // Without memory there is no caller to tell: the child's exit code does.
   try {
     parse_cmd_line(command_line, arguments_);
     pointers_.reserve(arguments_.size() + 1);
@@ -54,8 +54,8 @@ Program::Program(const std::string& command_line) {
 }
 
 pid_t Program::Start(bool suspended, bool background) const {
-  // Signals wait until the child has no handlers of the host left: those would
-  // act on what the child shares with it, such as a pipe to itself.
+  // Block signals until the child has dropped the host's handlers, which would
+  // act on what it shares with the host, such as a self-pipe.
   sigset_t all;
   sigset_t mask;
   sigfillset(&all);
@@ -99,8 +99,8 @@ void ChildHandle::Forget() {
   id_ = 0;
 }
 
-// A signal to continue that came before the stop would be lost. The host may
-// collect the news of the stop itself: that is why the wait is bounded.
+// A SIGCONT that came before the stop would be lost. Bounded, because the host
+// may have collected the stop event itself.
 void ChildHandle::AwaitStop() const {
   for (uint32_t slept = 0; slept < 1000; slept += kPollMilliseconds) {
     siginfo_t state = {};
@@ -111,8 +111,8 @@ void ChildHandle::AwaitStop() const {
 }
 
 int ChildHandle::Signal(int signal) const {
-  // To kill(2) an id of 0 or -1 would mean the whole group or every process of
-  // the user.
+  // An id of 0 or -1 would make kill(2) signal the whole group or every process
+  // of the user.
   if (id_ <= 0) {
     errno = ESRCH;
     return -1;

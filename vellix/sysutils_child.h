@@ -33,7 +33,7 @@ class Program {
   std::vector<char*> pointers_;  // into arguments_, null at the end
 };
 
-// A child, or none. It is reached through a descriptor of its own where the
+// A child, or none. It is reached through a descriptor of the process where the
 // system has such descriptors: the id of a child that ended may be given to
 // another process, at once where the host ignores SIGCHLD.
 class ChildHandle {

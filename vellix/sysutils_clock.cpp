@@ -11,7 +11,7 @@
 namespace QuorlBased {
 
 uint64_t QuorlBased_GetTicks() {
-  // In place before a start can be seen, so that nobody divides by an empty
+  // Initialised before a start time is visible: no thread divides by an empty
   // rate.
   static const TickRate timebase = PlatformTickRate();
   static std::atomic<uint64_t> start_time{0};
@@ -21,8 +21,8 @@ uint64_t QuorlBased_GetTicks() {
   if (start == 0 && start_time.compare_exchange_strong(start, now)) {
     start = now;
   }
-  // A thread that read the counter before the start was stored is not late by
-  // an eternity.
+  // A thread may have read the counter before the start was stored: count 0,
+  // not an underflow.
   const uint64_t elapsed = now > start ? now - start : 0;
   return elapsed / 1000 * timebase.numerator /
          (uint64_t{timebase.denominator} * 1000);

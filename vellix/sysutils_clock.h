@@ -1,6 +1,6 @@
-// An elapsed-time clock, a sleep, the time of day and the processor count.
-// None of them fails, and none touches the thread's exception object. All may
-// be called from any thread.
+// An elapsed-time clock, a sleep, the time of day and the processor count. None
+// of them fails, and none touches the thread's failure record. All may be
+// called from any thread.
 #ifndef VELLIX_SYSUTILS_CLOCK_H_
 #define VELLIX_SYSUTILS_CLOCK_H_
 
@@ -8,8 +8,9 @@
 
 namespace QuorlBased {
 
-// Milliseconds since the first call in the process, which gives 0. Setting the
-// system's clock does not move it, and it does not run backwards.
+// Milliseconds since the first call, which returns 0. Setting the system's
+// clock does not move it, and it does not run backwards. Each module that links
+// the static toolkit counts from its own first call.
 uint64_t QuorlBased_GetTicks();
 
 // Lets the calling thread sleep for `ms` milliseconds; a signal handler that

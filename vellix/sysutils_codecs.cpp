@@ -25,8 +25,8 @@ constexpr char cd64[] =
     "|$$$}rstuvwxyz{$$$$$$$>?@ABCDEFGHIJKLMNOPQRSTUVW$$$$$$XYZ[\\]^_`"
     "abcdefghijklmnopq";
 
-// The tables below take several steps of an algorithm at once; they are made
-// from the two above by the compiler.
+// The tables below, computed from the two above at compile time, take several
+// steps of the algorithms at once.
 
 using Pair = std::array<char, 2>;
 
@@ -66,9 +66,9 @@ inline uint32_t GroupBits(const unsigned char* group) {
          kDecode[3][group[3]];
 }
 
-// The 24 bits of a group, of which a character outside the alphabet keeps what
-// the group before had at its position. Not inlined: it would slow down the
-// loop that hardly ever needs it.
+// The 24 bits of a group; a character outside the alphabet keeps what the group
+// before had at its position. noinline: it would slow down the loop, which
+// hardly ever needs it.
 [[gnu::noinline]] uint32_t PatchedGroupBits(const unsigned char* group,
                                             uint32_t before) {
   uint32_t bits = 0;
@@ -92,8 +92,8 @@ inline void StoreBigEndian(uint64_t bits, void* to) {
   memcpy(to, &bits, sizeof(bits));
 }
 
-// The value of a digit in either case, 0xFF for anything else. Without a jump
-// or a table, so that compilers take many at once.
+// The value of a digit in either case, 0xFF for anything else. Without a branch
+// or a table, so that compilers vectorise the loop.
 constexpr uint8_t DigitValue(char c) {
   const auto decimal = static_cast<uint8_t>(c - '0');
   const auto letter = static_cast<uint8_t>((c | 0x20) - 'a');
@@ -108,8 +108,8 @@ void DecodePairs(const char* from, size_t bytes, char* to) {
   }
 }
 
-// Writes the two digits of each byte, without a separator: a loop that
-// compilers turn into one over vectors.
+// Writes the two digits of each byte, without a separator. Compilers vectorise
+// the loop.
 void EncodeDense(const unsigned char* from, size_t size, char* to) {
   for (size_t i = 0; i < size; ++i) {
     to[2 * i] = UpperDigit(from[i] >> 4);
@@ -117,7 +117,8 @@ void EncodeDense(const unsigned char* from, size_t size, char* to) {
   }
 }
 
-// With what stands already behind each byte's digits, `step` characters apart.
+// Writes the digits into a text that has the separators already; `step` is the
+// distance from one byte's digits to the next.
 void EncodeInto(const unsigned char* from, size_t size, char* to, size_t step) {
   for (size_t i = 0; i < size; ++i, to += step) {
     memcpy(to, &kHexPairs[from[i]], 2);
@@ -248,7 +249,7 @@ uint32_t hex2bin(std::string& hex, std::string& out) {
   }
   if (length % 2 != 0) return 0;
   const size_t bytes = length / 2;
-  // Made long enough before and cut afterwards: hex may be out.
+  // Resized before and cut afterwards: hex may be out.
   if (out.size() < bytes) out.resize(bytes);
   DecodePairs(digits, bytes, out.data());
   out.resize(bytes);
@@ -273,8 +274,8 @@ uint32_t HexToBin(std::string& out, const char* hex, const std::string& seps) {
 std::string BinaryToHexString(void* data, uint32_t size,
                               const std::string& separator) {
   if (!data) kSysutils.Raise(kNullPointer, "Bad pointer");
-  // What Format("%02X%s") makes of each byte, at most 255 characters. A call
-  // of it for each is a hundred times as slow.
+  // The text that Format("%02X%s") makes of each byte, at most 255 characters;
+  // calling it for each byte is a hundred times as slow.
   const size_t length = strnlen(separator.c_str(), 253);
   HexChunk chunk(separator.data(), length);
   const auto* from = static_cast<const unsigned char*>(data);

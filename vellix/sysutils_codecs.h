@@ -1,7 +1,7 @@
 // Bytes as text and back: Base64 and hexadecimal.
 //
-// The functions keep no state, leave the calling thread's exception object as
-// it was, and may be called from any thread. Input text is never refused.
+// The functions keep no state, leave the calling thread's failure record as it
+// was, and may be called from any thread. Input text is never refused.
 #ifndef VELLIX_SYSUTILS_CODECS_H_
 #define VELLIX_SYSUTILS_CODECS_H_
 
@@ -34,14 +34,14 @@ void base64_decode(const unsigned char* data, int32_t size, std::string& out);
 // for 'A' to 'F'.
 uint8_t chr2hex(char c);
 
-// Makes one byte of each two digits of `hex`, up to its first NUL, and gives
+// Makes one byte of each two digits of `hex`, up to its first NUL, and returns
 // their number; `out` is then exactly these bytes. The letters of `hex` become
-// lower case, in place. An odd number of digits gives 0 and leaves `out` as it
-// was. What is no digit counts as 0xFF: a pair is (first * 16 + second) modulo
-// 256.
+// lower case, in place. For an odd number of digits it returns 0 and leaves
+// `out` as it was. A character that is no digit counts as 0xFF: a pair is
+// (first * 16 + second) modulo 256.
 uint32_t hex2bin(std::string& hex, std::string& out);
 
-// Replaces `out` by the bytes of the digits in `hex` and gives its length.
+// Replaces `out` by the bytes of the digits in `hex` and returns its length.
 // Bytes of `seps` separate; a piece with an odd number of digits adds nothing.
 // A null `hex` counts as the empty text; `hex` may lie in `out`.
 //

@@ -1,8 +1,9 @@
-// The process's environment, and modules loaded at run time.
-//
-// Both belong to the whole process. Any thread may call these, but the system
-// does not guard the environment: whoever changes it must keep apart from all
-// who read or change it meanwhile.
+// The process's environment, and modules loaded at run time. Both belong to the
+// whole process. Any thread may call these, but the system does not guard the
+// environment: a change on one thread while another reads or changes it may end
+// the process. The readers are not only these functions: the C library reads TZ
+// whenever it looks up the time zone, and so does the logger, once in each
+// second in which it writes.
 #ifndef VELLIX_SYSUTILS_ENV_H_
 #define VELLIX_SYSUTILS_ENV_H_
 
@@ -15,41 +16,40 @@ namespace QuorlBased {
 //
 // Failure: false, recorded, `value` as it was: kNotFound
 // "get_environment_variable error: errno: …" when it is not set; the number is
-// what errno held before. Success leaves the object as it was.
+// what errno held before. Success leaves the record as it was.
 bool get_environment_variable(const std::string& name, std::string& value);
 
 // Sets the variable `name`, replacing what it had.
 //
 // Failure: false, recorded: kGeneralFailure "set_environment_variable error:
 // errno: …", such as for a name that is empty or holds "=". Success clears the
-// object.
+// record.
 bool set_environment_variable(const std::string& name,
                               const std::string& value);
 
-// Removes the variable `name`; true also when there is none. Clears the object.
+// Removes the variable `name`; true also when there is none. Clears the record.
 bool delete_environment_variable(const std::string& name);
 
 // Adds the directory `dir` at the end of LD_LIBRARY_PATH, unless it is an entry
 // already, byte for byte. An unset variable becomes ":dir". The loader reads
-// the variable when a process starts, so this is for child processes.
-//
-// Reports nothing of its own. The object is cleared when the variable was set,
-// and keeps what get_environment_variable left when `dir` was found. Without
-// memory for what the variable holds nothing is changed. May throw
+// the variable when a process starts, so this is for child processes. Reports
+// nothing. The record is cleared when the variable was set, and keeps what
+// get_environment_variable left when `dir` was found. A variable that is set
+// but cannot be read for want of memory stays as it is. May throw
 // std::bad_alloc.
 void dll_set_load_path(const std::string& dir);
 
 // Loads the module `filename` with lazy binding (dlopen); null for the running
-// program itself. Returns its handle, which the caller gives back with
-// free_dll, or null on failure. Leaves the object as it was.
+// program itself. Returns its handle, which the caller releases with free_dll,
+// or null on failure. Leaves the record as it was.
 void* load_dll(const char* filename);
 
-// The address of `symbol` in the module (dlsym), or null. Leaves the object as
+// The address of `symbol` in the module (dlsym), or null. Leaves the record as
 // it was.
 void* get_proc_addr(void* handle, const char* symbol);
 
-// Gives the module back (dlclose); what its addresses point to may be gone
-// afterwards. Leaves the object as it was.
+// Releases the module (dlclose); its addresses may be invalid afterwards. Null
+// is ignored. Leaves the record as it was.
 void free_dll(void* handle);
 
 }  // namespace QuorlBased

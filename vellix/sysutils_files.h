@@ -2,10 +2,10 @@
 //
 // A handle is the system's file descriptor. Nothing is buffered, nothing is
 // retried, and no exception leaves these functions: a failure ends in the
-// calling thread's exception object, and the function gives its failure value.
-// Look at the value first: some successes leave an older failure in the object.
-// All may be called from any thread, also on one handle, whose position is then
-// shared.
+// calling thread's failure record, and the function returns its failure value.
+// Look at the value first: some successes leave an older failure in the record.
+// The messages name no path: the caller logs it. All may be called from any
+// thread, also on one handle, whose position is then shared.
 #ifndef VELLIX_SYSUTILS_FILES_H_
 #define VELLIX_SYSUTILS_FILES_H_
 
@@ -26,7 +26,7 @@ constexpr uint16_t kCreateFile = 0xFFFF;
 // the handle, which the caller closes with file_close.
 //
 // Failure: -1, recorded: kBadArgument "filename can't be empty", kFileFailure
-// "file_create error: errno: …". Success leaves the object as it was.
+// "file_create error: errno: …". Success leaves the record as it was.
 int32_t file_create(const std::string& name);
 
 // Opens the existing file `name` with the access of `mode`; a missing file is a
@@ -35,49 +35,52 @@ int32_t file_create(const std::string& name);
 //
 // Failure: -1, recorded: kBadArgument "file_open error: bad access mode" for
 // low bits of 3, kFileFailure "file_open error: errno: …". Success clears the
-// object, except with kCreateFile.
+// record, except with kCreateFile.
 int32_t file_open(const std::string& name, uint16_t mode);
 
-// Closes the handle. Failure: recorded only, kFileFailure "file_close error:
-// errno: …". Success clears the object.
+// Closes the handle. A cancellation point: a thread that is cancelled here
+// leaves it open. Failure: recorded only, kFileFailure "file_close error:
+// errno: …". Success clears the record.
 void file_close(int32_t handle);
 
 // Moves the handle's position to `offset` bytes from the start (`origin` 0),
 // the position (1) or the end (2). Returns the new position from the start.
 //
 // Failure: -1, recorded: kFileFailure "file_seek error: errno: …". Success
-// leaves the object as it was.
+// leaves the record as it was.
 int64_t file_seek(int32_t handle, int64_t offset, int origin);
 
 // Reads up to `count` bytes at the handle's position into `buffer` with one
-// read(2); a short read is a success. Returns the bytes read, at least 1.
+// read(2); a short read is a success. Returns the bytes read, at least 1 and
+// less than 2 GiB. A cancellation point.
 //
 // Failure: -1, recorded: kNullPointer "Bad pointer", kEndOfData "End of file"
 // (also for a count of 0), kFileFailure "file_read error: errno: …". Success
-// leaves the object as it was.
+// leaves the record as it was.
 int32_t file_read(int32_t handle, void* buffer, uint32_t count);
 
 // Writes up to `count` bytes from `buffer` at the handle's position with one
-// write(2); a short write is a success. Returns the bytes written.
+// write(2); a short write is a success. Returns the bytes written, less than 2
+// GiB. A cancellation point.
 //
 // Failure: -1, recorded: kNullPointer "Bad pointer", kFileFailure "file_write
-// error: errno: …". Success leaves the object as it was.
+// error: errno: …". Success leaves the record as it was.
 int32_t file_write(int32_t handle, const void* buffer, uint32_t count);
 
 // Makes the file end at the handle's position, shorter or longer; the position
 // stays.
 //
 // Failure: false, recorded: kFileFailure "file_set_current_end: errno: …".
-// Success leaves the object as it was.
+// Success leaves the record as it was.
 bool file_set_current_end(int32_t handle);
 
 // Removes the name `name` of a file. Failure: false, recorded: kFileFailure
-// "file_delete error: errno: …". Success clears the object.
+// "file_delete error: errno: …". Success clears the record.
 bool file_delete(const std::string& name);
 
 // Renames a file; a file that has the new name is replaced. Not across file
 // systems. Failure: false, recorded: kFileFailure "move_file error: errno: …".
-// Success leaves the object as it was.
+// Success leaves the record as it was.
 bool move_file(const std::string& old_name, const std::string& new_name);
 
 }  // namespace QuorlBased

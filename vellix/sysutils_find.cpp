@@ -12,7 +12,7 @@ namespace {
 
 struct SearchCloser {
   void operator()(find_data* search) const {
-    const CancellationHold hold;  // the close may be a point of cancellation
+    const CancellationHold hold;  // POSIX lets closedir be a cancellation point
     find_close(search);
   }
 };
@@ -24,7 +24,7 @@ bool Advance(find_data* search, int* error) {
     if (!search) kSysutils.Raise(kNullPointer, "Bad pointer");
     do {
       search->entry = readdir(search->dir);
-      // The end of the directory leaves errno as it was: it is reported as is.
+      // At the end of the directory errno is as it was, and reported as such.
       *error = errno;
       if (!search->entry) {
         kSysutils.RaiseError(*error, kGeneralFailure, "find_next error");
@@ -39,7 +39,7 @@ bool OnDotEntry(const find_data& search) {
   return name == "." || name == "..";
 }
 
-// At most two: what stands behind them is the caller's, whatever its name.
+// At most two: the caller gets the entry behind them, whatever its name.
 void SkipDotEntries(find_data* search) {
   for (int skipped = 0; skipped < 2 && OnDotEntry(*search); ++skipped) {
     if (!find_next(search)) {

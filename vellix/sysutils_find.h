@@ -1,7 +1,7 @@
 // A search over one directory, flat, in the order in which the system delivers
 // the entries:
 //
-//   find_data* found = find_first("/var/log", "*.log");
+//   find_data* found = find_first("/var/log", "*.log");  // throws if none
 //   do {
 //     if (!find_is_folder(found)) Read(find_get_path(found));
 //   } while (find_next(found));
@@ -34,28 +34,28 @@ struct find_data {
 // can't not be null"; kGeneralFailure "Can't expand path" or "find_first error:
 // errno: …" (cannot be opened, or no entry matches at all); kNotFound "No file
 // can be found" (only dot entries match). An end of the directory met on the
-// way is recorded as by find_next; otherwise the thread's exception object
-// stays as it was.
+// way is recorded as by find_next; otherwise the thread's failure record stays
+// as it was.
 find_data* find_first(const char* path, const char* pattern);
 
 // Moves on to the next entry that matches. false at the end of the directory,
 // which is recorded as a failure like any other: kGeneralFailure "find_next
 // error: errno: …", with the number that errno held. Also recorded:
-// kNullPointer "Bad pointer". Success leaves the object as it was.
+// kNullPointer "Bad pointer". Success leaves the record as it was.
 bool find_next(find_data* search);
 
 // The expanded directory and the current entry's name. Empty for a null
-// `search` and when it stands on no entry. Leaves the object as it was.
+// `search` and when it stands on no entry. Leaves the record as it was.
 std::string find_get_path(const find_data* search);
 
 // Whether the type of the current entry has the bit of DT_DIR: directories, and
 // also block devices and sockets. false for a type that the system did not
-// tell, for a null `search` and when it stands on no entry. Leaves the object
+// tell, for a null `search` and when it stands on no entry. Leaves the record
 // as it was.
 bool find_is_folder(const find_data* search);
 
 // Ends the search; the pointer is invalid afterwards. Null does nothing. Leaves
-// the object as it was.
+// the record as it was.
 void find_close(find_data* search);
 
 }  // namespace QuorlBased

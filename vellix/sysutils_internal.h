@@ -14,7 +14,7 @@ namespace QuorlBased {
 // message, and find the statement by line.
 inline constexpr FailureSource kSysutils("../sysutils");
 
-// The exit code of a thread or child that did not end by itself.
+// The exit code of a thread or child that did not end by returning one.
 constexpr uint32_t kFailedExitCode = 0xFFFFFFFF;
 
 // `bytes` as the size of a text, for sums that may exceed the 32 bits that some

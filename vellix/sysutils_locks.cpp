@@ -92,8 +92,8 @@ bool CXEvent::Wait(uint32_t timeout) {
   const std::lock_guard<PlatformMutex> hold(mutex);
   if (!signaled_) {
     const timespec deadline = DeadlineIn(timeout);
-    // Not `signaled_`, which the first of several released threads may have
-    // cleared: one Set releases them all.
+    // Do not test `signaled_`: the first of the released threads may have
+    // cleared it, and one Set releases them all.
     const uint64_t sets_before = sets_;
     while (sets_ == sets_before) {
       const int error =

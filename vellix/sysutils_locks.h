@@ -1,9 +1,9 @@
 // Locks and events: a recursive mutex with a time-out, a flag that threads can
-// wait for, and the mutex as a handle without a type.
+// wait for, and the mutex as an untyped handle.
 //
 // Everything here may be called from any thread. An object must not be
 // destroyed while another thread is inside it. Nothing here touches the calling
-// thread's exception object; what fails by throwing says so.
+// thread's failure record; what fails by throwing says so.
 #ifndef VELLIX_SYSUTILS_LOCKS_H_
 #define VELLIX_SYSUTILS_LOCKS_H_
 
@@ -62,8 +62,8 @@ class CXEvent {
   ~CXEvent();
 
   // True at once when the event is set, else true when it is set within
-  // `timeout` milliseconds and false when it is not. Setting the system's time
-  // does not change the wait. A thread may be cancelled here.
+  // `timeout` milliseconds and false when it is not. Setting the system's clock
+  // does not change the wait. A cancellation point.
   bool Wait(uint32_t timeout);
 
   // Sets the event and releases every thread that is in Wait, also with
@@ -78,15 +78,15 @@ class CXEvent {
   bool signaled_;
   pthread_mutex_t mutex_;
   pthread_cond_t condition_;
-  uint64_t sets_ = 0;  // tells a Set from a wake-up without a cause
+  uint64_t sets_ = 0;  // tells a Set from a spurious wake-up
 };
 
-// A CXMutex on the heap as a handle without a type, which the caller gives back
-// to delete_critical. Throws what the constructor of CXMutex throws, and
-// std::bad_alloc.
+// A CXMutex on the heap as an untyped handle, which the caller passes to
+// delete_critical in the end. Throws what the constructor of CXMutex throws,
+// and std::bad_alloc.
 void* init_critical();
 
-// Blocks until the calling thread holds the lock, also once more than before.
+// Blocks until the calling thread holds the lock; its holder may take it again.
 // Throws kNullPointer "Bad pointer" for null and kGeneralFailure "Unexpected
 // error" when the system's lock fails.
 void enter_critical(void* handle);

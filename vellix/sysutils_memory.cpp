@@ -7,8 +7,8 @@
 
 namespace {
 
-// What stands in front of an aligned block. With an odd alignment it stands at
-// an odd address, so it is copied in and out and never pointed to.
+// The header in front of an aligned block. With an odd alignment its address is
+// odd: copy it, do not point to it.
 struct Header {
   uint32_t pad;   // from the end of the first 8 bytes of the malloc block
   uint32_t size;  // as asked for

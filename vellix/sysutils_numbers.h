@@ -41,7 +41,8 @@ bool QueryInArray(uint32_t value, const uint32_t* array, uint32_t count);
 // toward zero. What remains of `target` goes into the bars: left and right of
 // the picture when that is too tall for the full width, else above and below.
 //
-// A `width` or `height` of 0 gives `target` and leaves the bars as they were.
+// For a `width` or `height` of 0 it returns `target` and leaves the bars as
+// they were.
 rect_t scaleToAspect(rect_t target, uint32_t width, uint32_t height,
                      rect_t& firstBar, rect_t& secondBar);
 

@@ -1,9 +1,9 @@
 // Small parsers: command lines, wildcard masks, names with values; and the
 // making of identifiers.
 //
-// The functions keep no state, leave the calling thread's exception object as
-// it was, and may be called from any thread. Where there is no memory for a
-// result they throw std::bad_alloc.
+// The functions keep no state, leave the calling thread's failure record as it
+// was, and may be called from any thread. Where there is no memory for a result
+// they throw std::bad_alloc.
 #ifndef VELLIX_SYSUTILS_PARSERS_H_
 #define VELLIX_SYSUTILS_PARSERS_H_
 
@@ -14,11 +14,12 @@
 namespace QuorlBased {
 
 // Replaces `args` by the arguments of `commandLine`, up to its first NUL, and
-// gives their number. Blanks separate, nothing else does. A quote at the start
-// of an argument opens it and a quote before a blank or the end closes it; any
-// other quote belongs to the argument. A backslash before a quote or backslash
-// makes it an ordinary byte; before any other byte it is itself one, at the end
-// it is dropped. An argument that is never closed ends with the text.
+// returns their number. Blanks separate, nothing else does. A quote at the
+// start of an argument opens it and a quote before a blank or the end closes
+// it; any other quote belongs to the argument. A backslash before a quote or
+// backslash makes it an ordinary byte; before any other byte it is itself one,
+// at the end it is dropped. An argument that is never closed ends with the
+// text.
 //
 //   parse_cmd_line(R"(tool "two words" a\"b "")", args)  // 4
 int32_t parse_cmd_line(const std::string& commandLine,

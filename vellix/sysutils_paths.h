@@ -1,8 +1,7 @@
-// Paths: taken apart, put together, and looked up in the file system.
-//
-// A path is a plain text of bytes. What is written is always the slash; where
-// a backslash is taken for one, the function says so. Any thread may call
-// these; a relative path is taken from the process's current directory.
+// Paths: taken apart, put together, and looked up in the file system. A path is
+// a plain text of bytes. These functions write slashes only; those that take a
+// backslash for one say so. Any thread may call these; a relative path is taken
+// from the process's current directory.
 #ifndef VELLIX_SYSUTILS_PATHS_H_
 #define VELLIX_SYSUTILS_PATHS_H_
 
@@ -24,21 +23,21 @@ namespace QuorlBased {
 std::string expand_path(const char* path);
 
 // The directory of the expanded path with its closing slash: all up to the last
-// slash, whatever the last component is. "/usr/lib" gives "/usr/", "/usr/lib/"
-// gives "/usr/lib/", the empty path gives "/".
+// slash, whatever the last component is: of "/usr/lib" it is "/usr/", of
+// "/usr/lib/" itself, of the empty path "/".
 //
 // Failure: throws what expand_path throws, and kOutOfMemory "No enough memory".
-// Leaves the thread's exception object alone.
+// Leaves the thread's failure record alone.
 std::string extract_file_path(const std::string& path);
 
 // The last component of the expanded path, empty for a path with a closing
 // slash and for the root. Failure: as extract_file_path. Leaves the thread's
-// exception object alone.
+// failure record alone.
 std::string extract_file_name(const std::string& path);
 
-// The extension of the last component, with its dot: "a.tar.gz" gives ".gz",
-// ".profile" itself, "dir.d/a" nothing. A backslash separates as a slash does.
-// Looks nothing up.
+// The extension of the last component, with its dot: ".gz" of "a.tar.gz",
+// ".profile" of ".profile", nothing of "dir.d/a". A backslash separates as a
+// slash does. Looks nothing up.
 std::string extract_file_ext(const std::string& path);
 
 // The path with its extension, as extract_file_ext finds it, replaced by
@@ -51,7 +50,7 @@ std::string change_file_ext(const std::string& path,
 // path a single one. `path` must not be null. Looks nothing up.
 std::string include_path_backslash(const char* path);
 
-// Gives `path` a closing slash as include_path_backslash does, appends
+// Adds a closing slash to `path` as include_path_backslash does, appends
 // `sub_path` unchanged and, if `closing_slash`, closes the result likewise.
 // Returns `path`. `sub_path` must not be null and may lie inside `path`. Looks
 // nothing up.
@@ -59,18 +58,18 @@ std::string& path_connect(std::string& path, const char* sub_path,
                           bool closing_slash);
 
 // Makes the directory `path` and those missing above it, permissions 0777 less
-// the process's umask. Slash and backslash separate alike. What exists already
-// is passed over; what was made before a failure stays.
+// the process's umask. Slash and backslash separate alike. Directories that
+// exist are passed over; those made before a failure stay.
 //
 // Failure: throws kNullPointer "Bad pointer", kGeneralFailure "Can't create
-// directory". Leaves the thread's exception object alone.
+// directory". Leaves the thread's failure record alone.
 void make_dir(const char* path);
 
 // Whether `path` is a directory; links are followed.
 //
 // false is always recorded: kNullPointer "Bad pointer", kGeneralFailure
 // "dir_exist: Can't stat the directory" (also when it is not there),
-// "dir_exist: It's not a directory". true clears the object.
+// "dir_exist: It's not a directory". true clears the record.
 bool dir_exists(const char* path);
 
 // Whether there is anything at `path`, a directory included; links are
@@ -78,15 +77,15 @@ bool dir_exists(const char* path);
 //
 // false is always recorded: kNullPointer "Bad pointer", kGeneralFailure
 // "file_exist: Can't stat the file" (also when it is not there). true clears
-// the object.
+// the record.
 bool file_exists(const char* path);
 
 // The value of HOME; empty when it is not set, which is recorded as
-// get_environment_variable does. Success leaves the object as it was.
+// get_environment_variable does. Success leaves the record as it was.
 std::string get_home_path();
 
 // The full path of the running executable as the system reports it; empty when
-// it does not. Leaves the thread's exception object alone.
+// it does not. Leaves the thread's failure record alone.
 std::string get_executable_path();
 
 }  // namespace QuorlBased

@@ -19,8 +19,8 @@ struct TickRate {
 };
 
 // A number that stays the same during the calling thread's life, differs
-// between live threads of the process and fits 32 bits. Asks the system anew
-// at every call.
+// between live threads of the process and fits 32 bits. Asks the system anew at
+// every call.
 uint32_t PlatformThreadId();
 
 // A counter that never runs backwards and is not moved by setting the clock.
@@ -30,8 +30,7 @@ TickRate PlatformTickRate();
 // The number of processors that the system has; 0 when it does not tell.
 int32_t PlatformProcessorCount();
 
-// The full path of the running executable; empty when the system does not
-// tell.
+// The full path of the running executable; empty when the system does not tell.
 std::string PlatformExecutablePath();
 
 // A descriptor of the process `id`, closed on exec, which the caller closes; -1
@@ -54,8 +53,8 @@ bool PlatformHadThreads();
 // Fills `bytes` with random numbers that cannot be guessed; false on failure.
 bool PlatformRandom(void* buffer, uint32_t bytes);
 
-// What toupper gives for each of the 256 bytes in the calling thread's current
-// locale, by byte. Never null; valid until the locale changes.
+// The result of toupper for each of the 256 bytes in the calling thread's
+// current locale. Never null; valid until the locale changes.
 const int32_t* PlatformUpperCase();
 
 }  // namespace QuorlBased

@@ -82,8 +82,8 @@ bool CQuorlBasedProcess::Terminate(uint32_t code) {
   RequireRun();
   std::optional<pthread_t> launcher;
   {
-    // One lock over all: an exit status that comes in between would replace
-    // the code of a child that can no longer be killed, and the next run has
+    // One lock over all: an exit status that comes in between would replace the
+    // code of a child that can no longer be killed, and the next run has
     // another launcher.
     const std::lock_guard<std::mutex> lock(child_mutex_);
     exit_code_.store(code, std::memory_order_relaxed);
@@ -113,7 +113,7 @@ void* CQuorlBasedProcess::ProcessLuanchThread(void* object) {
 void CQuorlBasedProcess::LaunchProcess() {
   const pid_t id = Program(command_line_).Start(start_suspended_, background_);
   if (id == -1) {
-    // In this order: who sees the start fail may start anew at once.
+    // In this order: whoever sees the start fail may start again at once.
     running_.store(false, std::memory_order_release);
     pid_.store(0, std::memory_order_release);
     return;
@@ -132,14 +132,14 @@ bool CQuorlBasedProcess::IsRunning() const {
   return running_.load(std::memory_order_acquire);
 }
 
-// Throws, as its caller's statement, for an object that has not run.
+// Throws for an object that has not run, with the line of its caller.
 void CQuorlBasedProcess::RequireRun(int line) const {
   if (pid_.load(std::memory_order_acquire) == 0) {
     kSysutils.Raise(kWrongState, "The process has not run", line);
   }
 }
 
-// Shows the child to the other operations.
+// Makes the child visible to the other operations.
 void CQuorlBasedProcess::Publish(int32_t id, ChildHandle& child) {
   {
     const std::lock_guard<std::mutex> lock(child_mutex_);
@@ -150,7 +150,7 @@ void CQuorlBasedProcess::Publish(int32_t id, ChildHandle& child) {
 
 // Takes the exit status of a child that has ended; false while it is alive.
 bool CQuorlBasedProcess::Collect() {
-  // The wait is a point of cancellation, and its outcome must not be lost.
+  // waitid is a cancellation point, and its outcome must not be lost.
   const CancellationHold hold;
   const std::lock_guard<std::mutex> lock(child_mutex_);
   uint32_t exit_code = 0;

@@ -44,7 +44,7 @@ class CQuorlBasedProcess {
   CQuorlBasedProcess& operator=(const CQuorlBasedProcess&) = delete;
 
   // Blocks until a live child has ended, or, after SetWaitWhenDestruct(false),
-  // leaves it to itself: it goes on, and nobody collects its exit status.
+  // leaves it running: no one collects its exit status.
   virtual ~CQuorlBasedProcess();
 
   // Starts the program, which inherits descriptors, environment, working
@@ -78,11 +78,11 @@ class CQuorlBasedProcess {
   // "The process has not run".
   bool Wait(uint32_t timeout);
 
-  // Gives the exit code of the last run; false, and `code` as it was, while the
-  // child is alive. 0 to 255 is what the program ended with: 254 when it could
-  // not be executed, 255 when there was no memory for its arguments. 0xFFFFFFFF
-  // for a child that a signal killed or that others collected. Throws
-  // kWrongState "The process has not run".
+  // Stores the exit code of the last run. False, and `code` as it was, while
+  // the child is alive. 0 to 255 is what the program ended with: 254 when it
+  // could not be executed, 255 when there was no memory for its arguments.
+  // 0xFFFFFFFF for a child that a signal killed or that others collected.
+  // Throws kWrongState "The process has not run".
   bool GetExitCode(uint32_t& code);
 
   // Stops and continues the child with SIGSTOP and SIGCONT. 0 when the signal

@@ -60,14 +60,14 @@ class SearchPattern {
     return block;
   }
 
-  // 0xFF in the bytes at which both bytes looked at are right.
+  // 0xFF at the positions where both probes match.
   Block Candidates(const char* at) const {
     return reinterpret_cast<Block>((Load(at) == first_) &
                                    (Load(at + probe_) == second_));
   }
 
-  // One bit for each byte that is 0xFF. A multiplication adds up the bytes of
-  // a half, each of which holds another bit.
+  // One bit for each byte that is 0xFF. A multiplication adds up the bytes of a
+  // half, each of which holds another bit.
   static uint64_t Bits(Block bytes) {
     constexpr Block kBit = {1, 2, 4, 8, 16, 32, 64, 128,
                             1, 2, 4, 8, 16, 32, 64, 128};

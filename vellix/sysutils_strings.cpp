@@ -17,8 +17,7 @@ namespace {
 
 constexpr size_t kFormatBuffer = 256;  // the terminating NUL included
 
-// Called through a pointer: a format that is only known at run time is what
-// the callers here are for.
+// A pointer, so that the compiler does not ask for a literal format.
 constexpr int (*kPrint)(char*, size_t, const char*, va_list) = vsnprintf;
 
 // The bytes of a set of characters.
@@ -54,8 +53,8 @@ constexpr auto kPairs = MakePairs();
 // The bytes of `s` before its first NUL.
 size_t TextLength(const std::string& s) { return strlen(s.c_str()); }
 
-// A copy of `s` up to its first NUL, in steps that the first cache holds from
-// the look for the NUL to the copy.
+// A copy of `s` up to its first NUL, in pieces that stay in the first-level
+// cache between the search for the NUL and the copy.
 std::string UpToNul(const std::string& s) {
   constexpr size_t kPiece = 4096;
   std::string text;
@@ -78,13 +77,15 @@ std::string CutOut(const char* bytes, uint32_t n) {
   return block;
 }
 
-// The end of the bytes from `begin` to `end` without those of `set` behind.
+// The end of the bytes from `begin` to `end` without the trailing ones that are
+// in `set`.
 const char* TrimmedEnd(const char* begin, const char* end, const ByteSet& set) {
   while (end != begin && set.Has(end[-1])) --end;
   return end;
 }
 
-// The start of the text up to `end` without the bytes of `set` before it.
+// The start of the text up to `end` without the leading bytes that are in
+// `set`.
 const char* TrimmedBegin(const char* begin, const char* end,
                          const ByteSet& set) {
   while (begin != end && set.Has(*begin)) ++begin;
@@ -92,7 +93,7 @@ const char* TrimmedBegin(const char* begin, const char* end,
 }
 
 // A copy of `s` in which the letters from `first` to `last`, up to its first
-// NUL, are of the other case.
+// NUL, have the other case.
 std::string WithoutCase(const std::string& s, char first, char last) {
   constexpr char kCaseBit = 'a' - 'A';
   std::string result = s;
@@ -143,7 +144,7 @@ std::string IntToStr(int32_t value) {
   char digits[12];
   char* const end = digits + sizeof(digits);
   char* begin = end;
-  // Two digits at a time, from the last ones on.
+  // Two digits at a time, the last ones first.
   uint32_t left = value < 0 ? 0U - static_cast<uint32_t>(value)
                             : static_cast<uint32_t>(value);
   for (; left >= 100; left /= 100) {

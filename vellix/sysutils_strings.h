@@ -6,9 +6,9 @@
 // is a text of single bytes in any order; it ends at its first NUL, and a NUL
 // is in no set. A null `const char*` counts as the empty text.
 //
-// The functions keep no state, leave the calling thread's exception object as
-// it was, and may be called from any thread. Where there is no memory for a
-// result they throw std::bad_alloc.
+// The functions keep no state, leave the calling thread's failure record as it
+// was, and may be called from any thread. Where there is no memory for a result
+// they throw std::bad_alloc.
 #ifndef VELLIX_SYSUTILS_STRINGS_H_
 #define VELLIX_SYSUTILS_STRINGS_H_
 
@@ -39,9 +39,9 @@ int32_t StrToInt(const std::string& s);
 // for a text with any other byte, a sign and a blank too.
 int32_t ascii_to_integer(const char* s);
 
-// printf into at most 255 characters; what is longer is cut. The empty text
-// when the platform cannot format. As with printf, `args` must fit `fmt`; what
-// is no number and no pointer does not compile.
+// printf into at most 255 characters; a longer text is cut. The empty text when
+// the platform cannot format. As with printf, `args` must fit `fmt`; what is no
+// number and no pointer does not compile.
 //
 //   Format("%s:%d", file.c_str(), line)  // "conn.cpp:42"
 template <typename... Args>
@@ -55,8 +55,8 @@ std::string Format(std::string fmt, Args... args) {
 // vprintf.
 std::string vformat(std::string fmt, va_list args);
 
-// The first or last `n` bytes of `s`, or all of it when it has no more. What is
-// cut out ends at its first NUL; what is not cut keeps its NULs.
+// The first or last `n` bytes of `s`, or all of it when it has no more. A part
+// that is cut out ends at its first NUL; a text that is not cut keeps its NULs.
 //
 // Failure: throws kOutOfMemory "No enough memory", as a CBaseException.
 std::string LeftStr(const std::string& s, uint32_t n);

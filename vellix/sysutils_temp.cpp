@@ -14,8 +14,8 @@
 namespace QuorlBased {
 namespace {
 
-// A second attempt is next to never needed; more than a few mean that the
-// names cannot be looked up.
+// A second attempt is hardly ever needed. If several fail, the names cannot be
+// looked up.
 constexpr int kAttempts = 16;
 
 bool IsDirectory(const char* path) {
@@ -40,7 +40,7 @@ std::string RandomName() {
   return name;
 }
 
-// A link to nothing is in use: creating the file would write through it.
+// A dangling link is in use: creating the file would write through it.
 bool IsFree(const std::string& path) {
   struct stat status {};
   return lstat(path.c_str(), &status) != 0 && errno == ENOENT;

@@ -10,8 +10,8 @@
 namespace QuorlBased {
 
 // A file name for temporary use. The destructor removes the file of that name
-// if SetOwned said so. No operation records anything in the thread's exception
-// object.
+// if SetOwned said so. No operation records anything in the thread's failure
+// record.
 class CTmpFile {
  public:
   // A new name as CreateTempFile makes it, and fails.

@@ -7,8 +7,8 @@
 
 namespace QuorlBased {
 
-// Brings the object into its ended state, also when the body leaves by an
-// unwinding of the platform.
+// Brings the object into its ended state, also when the body leaves by forced
+// unwinding.
 class CQuorlBasedThread::Ending {
  public:
   explicit Ending(CQuorlBasedThread& thread) : thread_(thread) {}
@@ -18,7 +18,7 @@ class CQuorlBasedThread::Ending {
     thread_.KeepFailure();
     ReleaseQuorlException();
     thread_.exit_code_.store(exit_code_, std::memory_order_relaxed);
-    // The last access: from here on the owner may read all and go.
+    // The last access: the owner may destroy the object from here on.
     thread_.running_.store(false, std::memory_order_release);
   }
 
@@ -35,7 +35,7 @@ CQuorlBasedThread::CQuorlBasedThread() {
   }
 }
 
-// Ended or not: a thread that is never joined keeps its stack for ever.
+// Ended or not: a thread that is never joined keeps its stack forever.
 CQuorlBasedThread::~CQuorlBasedThread() { Join(); }
 
 void CQuorlBasedThread::Join() {
@@ -90,8 +90,8 @@ void* CQuorlBasedThread::ThreadProc(void* object) {
 }
 
 uint32_t CQuorlBasedThread::RunBody() {
-  // To record what left the body may fail in its turn, and what leaves a thread
-  // ends the process: there is no caller to tell.
+  // Recording the failure may fail as well, and an exception that leaves a
+  // thread ends the process.
   try {
     const auto body = [this] {
       GetQuorlException();  // made while there is memory
@@ -106,8 +106,8 @@ uint32_t CQuorlBasedThread::RunBody() {
 
 void CQuorlBasedThread::KeepFailure() {
   if (thread_exception_.GetCode() != 0) return;  // it left the body
-  // The memory may run out here, and there is no caller to tell. SetException
-  // stores the code first, so that at least the code is kept.
+  // If memory runs out here, there is no caller to tell. SetException stores
+  // the code first, so that at least the code is kept.
   try {
     IQuorlException* recorded = GetQuorlException();
     int line = 0;

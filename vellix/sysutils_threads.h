@@ -1,5 +1,5 @@
 // A thread as an object: a class derives from CQuorlBasedThread and supplies
-// the body, the object keeps what came of it.
+// the body; the object keeps its outcome.
 //
 // The platform thread lives from the constructor on and waits at a gate, which
 // the first Resume opens, so that the body never sees a half-made object:
@@ -13,7 +13,7 @@
 //   };
 //
 // All operations but the destructor may be called from any thread. Nothing here
-// touches the calling thread's exception object.
+// touches the calling thread's failure record.
 #ifndef VELLIX_SYSUTILS_THREADS_H_
 #define VELLIX_SYSUTILS_THREADS_H_
 
@@ -31,7 +31,7 @@ namespace QuorlBased {
 class CQuorlBasedThread {
  public:
   // Starts the platform thread, held at the gate. Throws kGeneralFailure
-  // "Unexpected error" when the system gives none.
+  // "Unexpected error" when the system has none left.
   CQuorlBasedThread();
   CQuorlBasedThread(const CQuorlBasedThread&) = delete;
   CQuorlBasedThread& operator=(const CQuorlBasedThread&) = delete;
@@ -41,12 +41,12 @@ class CQuorlBasedThread {
   virtual ~CQuorlBasedThread();
 
   // The work of the thread. Its result becomes the exit code. What it throws
-  // ends in the exception object of the thread, and the exit code is then
+  // ends in the failure record of the thread, and the exit code is then
   // 0xFFFFFFFF, as it is when the body leaves by pthread_exit.
   virtual uint32_t ThreadBody() = 0;
 
   // Opens the gate, at which the thread looks every 10 milliseconds. Once the
-  // body runs, Resume and Suspend only change what IsSuspended gives; a body
+  // body runs, Resume and Suspend only change what IsSuspended returns; a body
   // that heeds them asks.
   void Resume();
   void Suspend();
@@ -54,15 +54,17 @@ class CQuorlBasedThread {
 
   // True when the thread has ended, false when it has not within `timeout`
   // milliseconds. Looks every 10 milliseconds and counts the sleeps between;
-  // with 0 it looks once. A thread at the gate does not end.
+  // with 0 it looks once. A thread at the gate does not end. A cancellation
+  // point: a destructor calls Join instead.
   bool Wait(uint32_t timeout);
 
-  // Gives the exit code; false, and `code` as it was, before the end.
+  // Stores the exit code. False, and `code` as it was, before the end.
   bool GetExitCode(uint32_t& code);
 
-  // What the thread's exception object held when the body had ended: code 0
-  // after a run that recorded nothing. Complete once Wait or GetExitCode has
-  // given true. Belongs to this object.
+  // What the thread's failure record held when the body had ended: code 0 after
+  // a run that recorded nothing. A failure that left the body is kept whatever
+  // the log has made of the record. Complete once Wait or GetExitCode has
+  // returned true. Belongs to this object.
   CBaseException* GetThreadException() const;
 
   // The platform thread. This object joins it; no one else may.
