@@ -13,7 +13,7 @@ class Reader : public QuorlBased::CQuorlBasedThread {
   explicit Reader(std::string path) : path_(std::move(path)) { Resume(); }
 
   // The body uses path_, so it has to end before path_ does.
-  ~Reader() override { Wait(QuorlBased::kWaitForever); }
+  ~Reader() override { Join(); }
 
  private:
   uint32_t ThreadBody() override {

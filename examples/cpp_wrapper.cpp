@@ -1,4 +1,4 @@
-// The C++ face of the logger: a source name once per module, and a message in
+// The C++ wrapper of the logger: a source name once per module, and a message in
 // whichever form is at hand.
 #include <array>
 #include <fstream>
@@ -10,7 +10,7 @@
 
 namespace {
 
-constexpr char kLogFile[] = "vellix_cpp_face.log";
+constexpr char kLogFile[] = "vellix_cpp_wrapper.log";
 
 vellix::Log kLog("net");
 
