@@ -2,7 +2,6 @@
 #include "fuzz/targets.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  const targets::Target target = {"", targets::VELLIX_FUZZ_TARGET};
-  target.Run({reinterpret_cast<const char*>(data), size});
+  targets::VELLIX_FUZZ_TARGET({reinterpret_cast<const char*>(data), size});
   return 0;
 }
