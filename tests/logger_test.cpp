@@ -1,13 +1,8 @@
-#include "vellix/logger.h"
-
-#include <atomic>
-#include <cstdlib>
-#include <stdexcept>
-#include <thread>
+// The logger's settings, its records, their time, and targets of every kind.
 
 #include "support/support.h"
 #include "vellix/exceptions_report.h"
-#include "vellix/sysutils_strings.h"
+#include "vellix/logger_time.h"
 
 using namespace QuorlBased;
 using support::Field;
@@ -25,156 +20,164 @@ void Fail(const char* msg) {
   kTest.Guard([msg] { kTest.Raise(42, msg); });
 }
 
-TEST(Record, TimeFollowsTheZoneWithinASecond) {
-  support::Log();
-  for (const char* zone : {"UTC0", "EST5", "UTC0", "<+03>-3"}) {
-    setenv("TZ", zone, 1);
-    const time_t before = time(nullptr);
-    LogText(LogInfo, "");
-    const std::string text =
-        Field(support::Log().Records().back(), "TM") + "\n";
-    const time_t after = time(nullptr);
-    const std::string earliest = ctime(&before);
-    EXPECT_TRUE(text == earliest || text == ctime(&after)) << text;
+TEST(Time, FollowsTheZoneWhenTheNextSecondBegins) {
+  TimeText text;
+  setenv("TZ", "EST5", 1);
+  EXPECT_STREQ(text.For(1793523900), "Sun Nov  1 04:05:00 2026\n");
+  setenv("TZ", "UTC0", 1);
+  EXPECT_STREQ(text.For(1793523900), "Sun Nov  1 04:05:00 2026\n");
+  EXPECT_STREQ(text.For(1793523901), "Sun Nov  1 09:05:01 2026\n");
+}
+
+// It must not call the C library, whose lock of the zone may be held for ever.
+TEST(Time, AChildOfThreadsComposesItByTheLastOffset) {
+  setenv("TZ", "<+0530>-5:30", 1);
+  TimeText child;
+  child.LearnOffset();
+  setenv("TZ", "UTC0", 1);
+  child.EnterChild(true);
+  // 63 days less a second: each weekday, month, leap day and century.
+  for (int64_t now = -3000000000; now < 30000000000; now += 5443199) {
+    const auto shown = static_cast<time_t>(now + 19800);
+    tm fields{};
+    char expected[64];
+    EXPECT_STREQ(child.For(static_cast<time_t>(now)),
+                 asctime_r(gmtime_r(&shown, &fields), expected));
   }
 }
 
-TEST(Record, TextsAndDataOfEveryKind) {
-  std::string longer(1025, '\0'), ends(5000, '\n'), dump, escaped, some;
-  const auto* bytes = reinterpret_cast<const unsigned char*>(longer.data());
-  for (int i = 0; i < 1025; ++i) longer[size_t(i)] = char(i * 7);
-  for (int i = 0; i < 1024; ++i) dump += Format("%02X ", bytes[i]);
-  for (int i = 0; i < 5000; ++i) escaped += "\\n";
-  support::Log();
-  const auto row = [](const char* from, const char* msg,
-                      const unsigned char* data, unsigned size,
-                      const std::string& tail) {
-    GetQuorlLogger()->Log(LogWarn, from, msg, data, size);
-    const std::string record = support::Log().Records().back();
-    EXPECT_EQ(record.substr(record.find("[LV=")), "[LV=WARN ] [FR=" + tail);
-  };
-  row(nullptr, nullptr, nullptr, 5, "NULL] [MG=NULL] [BN=NULL]\r\n");
-  row("", "", bytes, 0, "] [MG=] [BN=NULL]\r\n");
-  row("a\r\nb", "\\n]\t\x80\n", nullptr, 0,
-      "a\\r\\nb] [MG=\\n]\t\x80\\n] [BN=NULL]\r\n");
-  row("f", "m", bytes, 1024, "f] [MG=m] [BN=" + dump + "]\r\n");
-  row("f", "m", bytes, 1025, "f] [MG=m] [BN=" + dump + "]\r\n");
-  row("f", ends.c_str(), nullptr, 0, "f] [MG=" + escaped + "] [BN=NULL]\r\n");
-  EXPECT_EQ(CQuorlLogger::ConvertToLogText("\ra\nb"), "\\ra\\nb");
-  for (unsigned size = 0; size < 6; ++size) {
-    CQuorlLogger::ConvertToHexString(bytes, size, some);
-    EXPECT_EQ(some, dump.substr(0, 3 * size));
-  }
+std::string Logged(const char* from, const char* msg, const void* data,
+                   unsigned size) {
+  GetQuorlLogger()->Log(LogWarn, from, msg,
+                        static_cast<const unsigned char*>(data), size);
+  const std::string record = support::Log().Records().back();
+  return record.substr(record.find("[LV="));
 }
 
-TEST(Settings, SwitchesAndLevelsDecideAndTheFirstTargetStays) {
+TEST(Record, HasATextForEachFieldOnOneLine) {
+  support::Log();
+  EXPECT_EQ(Logged(nullptr, nullptr, nullptr, 5),
+            "[LV=WARN ] [FR=NULL] [MG=NULL] [BN=NULL]\r\n");
+  EXPECT_EQ(Logged("", "", "x", 0), "[LV=WARN ] [FR=] [MG=] [BN=NULL]\r\n");
+  EXPECT_EQ(Logged("a\r\nb", "\\n]\t\x80\n", "\x0F\xA0\xFF", 3),
+            "[LV=WARN ] [FR=a\\r\\nb] [MG=\\n]\t\x80\\n] [BN=0F A0 FF ]\r\n");
+  const std::string data(1025, '\xA0');
+  EXPECT_EQ(Logged("f", "m", data.data(), 1025),
+            Logged("f", "m", data.data(), 1024));
+}
+
+// Around the room on the stack, and with escapes beyond it.
+TEST(Record, OfEveryLengthIsWhole) {
+  support::Log();
+  for (size_t length = 3900; length < 4200; ++length) {
+    const std::string text(length, 'x');
+    ASSERT_EQ(Logged("f", text.c_str(), nullptr, 0),
+              "[LV=WARN ] [FR=f] [MG=" + text + "] [BN=NULL]\r\n");
+  }
+  const std::string ends(2100, '\n');
+  EXPECT_EQ(
+      Logged("f", ends.c_str(), nullptr, 0),
+      "[LV=WARN ] [FR=f] [MG=" + CQuorlLogger::ConvertToLogText(ends.c_str()) +
+          "] [BN=NULL]\r\n");
+}
+
+TEST(Settings, TheFirstTargetStays) {
   IQuorlLogger* logger = GetQuorlLogger();
   LogText(LogInfo, "nowhere");
-  EXPECT_FALSE(logger->GetLogStream() || logger->GetLogFile());
   EXPECT_FALSE(logger->SetLogStream(nullptr));
+  EXPECT_FALSE(logger->SetLogFile(nullptr, true));
+  IQuorlStream* first = &support::Log();
   support::RecordingStream second;
-  const auto written = [&](bool log, bool exp_log) {
-    const size_t seen = support::Log().Records().size();
-    logger->EnableLog(log);
-    logger->EnableExpLog(exp_log);
-    EXPECT_EQ(logger->IsExpLogEnabled(), exp_log);
-    for (int i = -2; i < 9; ++i) LogText(static_cast<LogLevel>(i), "");
-    std::string levels;
-    const auto records = support::Log().Records();
-    for (size_t i = seen; i < records.size(); ++i) {
-      levels += Field(records[i], "LV");
-    }
-    return levels;
-  };
-  EXPECT_EQ(written(true, true), "DEBUGINFO WARN EXP  ERRORFATAL");
-  EXPECT_EQ(written(true, false), "DEBUGINFO WARN ERRORFATAL");
-  EXPECT_EQ(written(false, true), "");
   EXPECT_FALSE(logger->SetLogStream(&second));
   EXPECT_FALSE(logger->SetLogFile("/dev/null", true));
-  EXPECT_EQ(logger->GetLogStream(), &support::Log());
-  EXPECT_EQ(logger->GetLogFile(), nullptr);
+  EXPECT_EQ(logger->GetLogStream(), first);
 }
 
-TEST(LogFile, OpensAppendsOrEmpties) {
+TEST(Settings, SwitchesAndLevelsDecideWhatIsWritten) {
+  support::Log();
+  std::string levels;
+  for (const auto& [log, exp_log] :
+       {std::pair{false, true}, {true, false}, {true, true}}) {
+    GetQuorlLogger()->EnableLog(log);
+    GetQuorlLogger()->EnableExpLog(exp_log);
+    EXPECT_EQ(GetQuorlLogger()->IsExpLogEnabled(), exp_log);
+    for (int i = -2; i < 9; ++i) LogText(static_cast<LogLevel>(i), "");
+  }
+  for (const auto& record : support::Log().Records()) {
+    levels += Field(record, "LV");
+  }
+  EXPECT_EQ(levels,
+            "DEBUGINFO WARN ERRORFATAL"
+            "DEBUGINFO WARN EXP  ERRORFATAL");
+}
+
+TEST(LogFile, IsAppendedToEmptiedOrRefused) {
   const support::TempDir dir;
-  const struct {
-    const char *name, *content;  // null: there is no file
-    bool append, result;
-    std::string kept;
-  } rows[] = {{"new", nullptr, true, true, ""},
-              {"old", "kept\n", true, true, "kept\n"},
-              {"old", "gone", false, true, ""},
-              {"none/log", nullptr, true, false, ""},
-              {"", nullptr, true, false, ""}};
-  for (const auto& row : rows) {
-    const std::string path = *row.name ? dir / row.name : "";
-    if (row.content) support::WriteFile(path, row.content);
+  for (const bool append : {true, false}) {
     CQuorlLogger logger;
+    support::WriteFile(dir / "old", "kept");
     support::PlantFailure();
-    EXPECT_EQ(logger.SetLogFile(path.c_str(), row.append), row.result) << path;
-    EXPECT_EQ(Recorded().code, row.result  ? 0
-                               : *row.name ? kFileFailure
-                                           : kBadArgument);
-    EXPECT_EQ(!row.result, logger.SetLogFile((dir / "2").c_str(), false));
-    EXPECT_EQ(logger.GetLogFile(), row.result ? path : dir / "2");
+    EXPECT_TRUE(logger.SetLogFile((dir / "old").c_str(), append));
+    EXPECT_EQ(Recorded().code, 0);
+    EXPECT_EQ(logger.GetLogFile(), dir / "old");
     logger.Log(LogInfo, "f", "m", nullptr, 0);
-    const std::string content = support::ReadFile(logger.GetLogFile());
-    EXPECT_EQ(content.substr(0, row.kept.size() + 4), row.kept + "[TM=");
-    EXPECT_EQ(content.substr(content.size() - 3), "]\r\n");
+    EXPECT_EQ(support::ReadFile(dir / "old").find("[TM="), append ? 4U : 0U);
     logger.GetLogStream()->Free();
   }
-  EXPECT_FALSE(CQuorlLogger().SetLogFile(nullptr, true));
+  CQuorlLogger logger;
+  EXPECT_FALSE(logger.SetLogFile((dir / "none/log").c_str(), true));
+  EXPECT_EQ(Recorded().code, kFileFailure);
+  EXPECT_TRUE(logger.SetLogFile((dir / "new").c_str(), true));
 }
-
-// A target that does on its first Write whatever a target should not.
-struct Mischief : support::RecordingStream {
-  int32_t Write(const void* buffer, uint32_t count) override {
-    RecordingStream::Write(buffer, count);
-    if (const auto once = std::exchange(act, nullptr)) once();
-    return -1;
-  }
-  std::function<void()> act;
-};
 
 TEST(Target, MayFailThrowLogOrReleaseTheRecord) {
-  // Each row needs a process of its own: a target is set once.
-  const auto row = [](size_t records, const char* kept, bool throws,
-                      const std::function<void()>& act) {
-    const auto body = [&] {
-      Mischief target;
-      target.act = act;
+  struct Target : support::RecordingStream {
+    int32_t Write(const void* buffer, uint32_t count) override {
+      RecordingStream::Write(buffer, count);
+      if (const auto once = std::exchange(act, nullptr)) once();
+      return -1;
+    }
+    void (*act)();
+  };
+  const struct {
+    void (*act)();  // at the first Write
+    size_t records;
+    const char* failure;  // left in the record
+  } rows[] = {
+      {[] { Fail("inside"); }, 2, "inside"},
+      {[] { throw std::runtime_error("x"); }, 2, "outside"},
+      {[] { LogText(LogInfo, ""), Fail("inner"); }, 3, "inner"},
+      {ReleaseQuorlException, 2, ""},
+  };
+  for (const auto& row : rows) {
+    // In a process of its own: a target is set once.
+    const auto body = [&row] {
+      Target target;
+      target.act = row.act;
       GetQuorlLogger()->SetLogStream(&target);
-      bool thrown = false;
-      try {  // what the target throws passes
+      try {
         Fail("outside");
-      } catch (...) {
-        thrown = true;
+      } catch (const std::runtime_error&) {
       }
-      EXPECT_EQ(thrown, throws);
-      EXPECT_EQ(Recorded().msg, kept);
+      EXPECT_EQ(Recorded().msg, row.failure);
       EXPECT_FALSE(GetQuorlLogger()->IsLogging(nullptr));
       std::thread([] { LogText(LogFatal, "last"); }).join();
-      EXPECT_EQ(target.Records().size(), records);
-      EXPECT_EQ(Field(target.Records().back(), "MG"), "last");
+      EXPECT_EQ(target.Records().size(), row.records);
     };
-    EXPECT_EQ(support::InChild(body), 0) << records << kept;
-  };
-  row(2, "inside", false, [] { Fail("inside"); });
-  row(2, "outside", true, [] { throw std::runtime_error("x"); });
-  row(2, "outside", true, [] { kTest.Raise(1, "x"); });
-  row(3, "inner", false, [] { LogText(LogInfo, ""), Fail("inner"); });
-  row(2, "", false, ReleaseQuorlException);
+    EXPECT_EQ(support::InChild(body), 0) << row.failure;
+  }
 }
 
-TEST(Threads, EveryFailureHasItsLineBesideABusyLogger) {
+TEST(Target, GetsEveryFailureBesideABusyLogger) {
   support::Log();
-  std::atomic<bool> done{false};
-  std::thread busy([&done] {
-    while (!done) LogText(LogDebug, "busy");
-  });
-  for (int i = 0; i < 20000; ++i) Fail("counted");
-  done = true;
-  busy.join();
+  {
+    std::atomic<bool> done{false};
+    const support::Threads busy(1, [&done](int) {
+      while (!done) LogText(LogDebug, "busy");
+    });
+    for (int i = 0; i < 20000; ++i) Fail("counted");
+    done = true;
+  }
   int counted = 0;
   for (const std::string& record : support::Log().Records()) {
     counted += Field(record, "LV") == "EXP  ";

@@ -1,54 +1,64 @@
 #!/usr/bin/env bash
-# check.sh <step> <argument>...: one check of the built library.
+# check.sh <step> <argument>...: one check of the built library, or of the
+# headers and sources.
 set -euo pipefail
-
-# has <text> <pattern>...: every pattern stands in a line of the text.
-has() {
-  local text=$1 pattern
-  shift
-  for pattern in "$@"; do
-    grep -Eq -- "$pattern" <<<"$text" || {
-      printf 'not found: %s\n%s\n' "$pattern" "$text"
-      exit 1
-    }
-  done
-}
+cd "$(dirname "$0")/../.."
+recorded=tests/abi/vellix.abi
 
 exports() {
-  diff <(nm -D --defined-only "$1" | cut -d' ' -f3 | sort) - <<'NAMES'
-GetQuorlException
-GetQuorlLogger
-ReleaseQuorlException
-NAMES
+  diff <(nm -D --defined-only "$1" | cut -d' ' -f3 | sort) \
+    <(printf '%s\n' GetQuorlException GetQuorlLogger ReleaseQuorlException)
 }
 
-hardening() {
-  local facts
+# What the Release build promises: its name, and how it is hardened.
+release() {
+  exports "$1"
+  local facts pattern
   facts=$(readelf -W --dynamic --segments --notes --dyn-syms "$1")
-  has "$facts" 'SONAME.*\[libvellix\.so\.1\]' 'GNU_RELRO' 'FLAGS.*BIND_NOW' \
-    'GNU_STACK .* RW +0x' ' __stack_chk_fail' ' __[a-z]+_chk' \
-    'x86 feature: IBT, SHSTK'
+  for pattern in 'SONAME.*\[libvellix\.so\.1\]' GNU_RELRO 'FLAGS.*BIND_NOW' \
+    'GNU_STACK .* RW +0x' __stack_chk_fail '__[a-z]+_chk'; do
+    grep -Eq "$pattern" <<<"$facts" || { echo "no $pattern"; exit 1; }
+  done
   ! grep -E 'RPATH|RUNPATH|TEXTREL|NOOPEN|UNIQUE' <<<"$facts"
 }
 
-# headers <compiler> <standard> <header>...: each compiles alone.
+# headers <compiler>...: each public header compiles alone, and includes none
+# that is not installed.
 headers() {
-  local compiler=$1 standard=$2 header
-  shift 2
-  for header in "$@"; do
-    "$compiler" -std="c++$standard" -fsyntax-only -I. -Wall -Wextra \
-      -Wconversion -Wshadow -Wpedantic -Werror -x c++ - \
-      <<<"#include \"$header\""
+  local public compiler standard
+  public=$(grep -oE '^    [a-z_]+\.h' CMakeLists.txt | sed 's|^ *|vellix/|')
+  for compiler in "$@"; do
+    for standard in 17 20; do
+      xargs -P 2 -I{} "$compiler" "-std=c++$standard" -fsyntax-only -I. -Wall \
+        -Wextra -Wconversion -Wshadow -Wpedantic -Werror -include {} -x c++ \
+        /dev/null <<<"$public"
+    done
   done
+  ! grep -oE '^#include "vellix/[^"]+' $public | cut -d'"' -f2 |
+    grep -vxF "$public"
+}
+
+# Includes point down only: no loops, no core in the toolkit, none in the platform.
+layers() {
+  local core toolkit own
+  grep -oE '^#include "vellix/[^"]+' vellix/*.h | sed 's/:#include "/ /' |
+    tsort >/dev/null
+  core=$(sed -n '/vellix_core_objects OBJECT/,/)/p' CMakeLists.txt |
+    grep -oE 'vellix/[a-z_]+')
+  own=$(printf '%s.h\n' $core | grep -vx vellix/logger.h)
+  toolkit=$(ls vellix/* | grep -vxF "$(printf '%s.cpp\n%s.h\n' $core $core)" |
+    cat - <(echo vellix/logger.h))
+  ! grep -nF "$own" $toolkit || exit 1
+  ! grep -n '"vellix/' vellix/sysutils_platform.h || exit 1
 }
 
 record() {
   abidw --exported-interfaces-only --no-elf-needed --no-corpus-path \
-    --no-comp-dir-path --no-show-locs --out-file "$2" "$1"
+    --no-comp-dir-path --no-show-locs --out-file $recorded "$1"
 }
 
 unchanged() {
-  abidiff --exported-interfaces-only "$2" "$1"
+  abidiff --exported-interfaces-only $recorded "$1"
 }
 
 "$@"

@@ -1,44 +1,105 @@
 // Faults at will: memory that runs out and system calls that fail, anywhere in
-// the process.
+// the process. For one source file of a program whose link wraps the calls
+// below, by the names that the C library has for them.
 #ifndef VELLIX_TESTS_SUPPORT_INJECT_H_
 #define VELLIX_TESTS_SUPPORT_INJECT_H_
 
-#include <atomic>
+#include <sys/stat.h>
+
+#include <new>
+#include <string_view>
+
+#include "support/support.h"
 
 namespace support {
 
 // While it lives, the call of the name `call` fails with `error` when it is
 // made for the `nth` time, and with `on` each time after that. "malloc" stands
-// for every way to the heap, "" for no call. Two may live at a time.
-class Fault {
- public:
-  // Instead of an error: the transfer moves one byte at most.
-  static constexpr int kShort = 0;
-
-  Fault(const char* call, int error, int nth = 1, bool on = false);
+// for every way to the heap.
+struct Fault {
+  Fault(std::string_view name, int code, int first = 1, bool goes_on = false)
+      : call(name), error(code), nth(first), on(goes_on) {
+    active = this;
+  }
   Fault(const Fault&) = delete;
   Fault& operator=(const Fault&) = delete;
-  ~Fault() { EndAll(); }
+  ~Fault() { active = nullptr; }
 
-  // Ends all faults before they die.
-  static void EndAll();
+  // For the calls: the error with which `name` is to fail now, or 0.
+  static int Error(std::string_view name) {
+    Fault* fault = active;
+    if (!fault || fault->call != name) return 0;
+    const int count = ++fault->made;
+    if (count < fault->nth || (count > fault->nth && !fault->on)) return 0;
+    ++fault->struck;
+    return fault->error;
+  }
+  static bool Fails(std::string_view name) {
+    const int code = Error(name);
+    if (code != 0) errno = code;
+    return code != 0;
+  }
 
-  // How many calls it has made fail.
-  int Struck() const { return struck_; }
-
-  // For the calls: whether one of `call` is to fail now; sets errno then.
-  static bool Strikes(const char* call);
-
- private:
-  const char* const call_;
-  const int error_, nth_;
-  const bool on_;
-  std::atomic<int> made_{0}, struck_{0};
+  const std::string_view call;
+  const int error, nth;
+  const bool on;
+  std::atomic<int> made{0}, struck{0};
+  static inline std::atomic<Fault*> active;
 };
 
 // Blocks of the heap that are in use.
-long LiveBlocks();
+inline std::atomic<long> live_blocks;
+
+inline void* Counted(void* block) {
+  if (block) ++live_blocks;
+  return block;
+}
 
 }  // namespace support
+
+using support::Fault;
+
+// A call that may be made to fail with errno.
+#define WRAP_FAULT(result, call, failure, parameters, arguments)    \
+  WRAP(result, call, parameters) {                                  \
+    return Fault::Fails(#call) ? failure : __real_##call arguments; \
+  }
+WRAP_FAULT(int, open64, -1, (const char* path, int flags, mode_t mode),
+           (path, flags, mode))
+WRAP_FAULT(ssize_t, read, -1, (int fd, void* to, size_t count), (fd, to, count))
+WRAP_FAULT(ssize_t, write, -1, (int fd, const void* from, size_t count),
+           (fd, from, count))
+// Takes effect although it fails, as the system's does.
+WRAP_FAULT(int, close, (__real_close(fd), -1), (int fd), (fd))
+WRAP_FAULT(int, stat64, -1, (const char* path, struct stat* to), (path, to))
+WRAP_FAULT(int, setenv, -1, (const char* name, const char* value, int replace),
+           (name, value, replace))
+WRAP_FAULT(pid_t, fork, -1, (), ())
+// Returns its error and leaves errno alone.
+WRAP(int, pthread_mutex_init,
+     (pthread_mutex_t * mutex, const pthread_mutexattr_t* attributes)) {
+  const int error = Fault::Error("pthread_mutex_init");
+  return error ? error : __real_pthread_mutex_init(mutex, attributes);
+}
+WRAP(void*, malloc, (size_t size)) {
+  if (Fault::Fails("malloc")) return nullptr;
+  return support::Counted(__real_malloc(size));
+}
+WRAP(void*, realloc, (void* block, size_t size)) {
+  if (Fault::Fails("malloc")) return nullptr;
+  void* moved = __real_realloc(block, size);
+  return block ? moved : support::Counted(moved);
+}
+WRAP(void, free, (void* block)) {
+  if (block) --support::live_blocks;
+  __real_free(block);
+}
+
+void* operator new(size_t size) {
+  void* block = malloc(size > 0 ? size : 1);
+  return block ? block : throw std::bad_alloc();
+}
+void operator delete(void* block) noexcept { free(block); }
+void operator delete(void* block, size_t) noexcept { free(block); }
 
 #endif  // VELLIX_TESTS_SUPPORT_INJECT_H_

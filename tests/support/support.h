@@ -6,18 +6,25 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
-#include <csignal>
 #include <cstring>
-#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <functional>
-#include <mutex>
+#include <stdexcept>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "vellix/logger.h"
+#include "vellix/sysutils.h"
+
+// The head of a function that stands in for a call of the program; its link
+// wraps the call. The call itself is __real_<call>.
+#define WRAP(result, call, parameters)        \
+  extern "C" result __real_##call parameters; \
+  extern "C" result __wrap_##call parameters
 
 namespace support {
 
@@ -34,7 +41,6 @@ struct Failure {
         file(e.GetExceptionSource(&line)) {}
 };
 
-// The calling thread's record.
 inline Failure Recorded() { return Failure(*GetQuorlException()); }
 
 // What `call` throws as a CBaseException; code 0 if it throws nothing.
@@ -47,8 +53,17 @@ inline Failure Thrown(const std::function<void()>& call) {
   return {};
 }
 
-// Puts a failure (code 1) into the calling thread's record, without a log
-// record, so that a test sees who clears it.
+#define EXPECT_FAILURE(failure, expected_code, expected_msg, expected_file) \
+  do {                                                                      \
+    const support::Failure seen_failure = (failure);                        \
+    EXPECT_EQ(seen_failure.code, (expected_code));                          \
+    EXPECT_EQ(seen_failure.msg, (expected_msg));                            \
+    EXPECT_EQ(seen_failure.file, (expected_file));                          \
+    EXPECT_GT(seen_failure.line, 0);                                        \
+  } while (false)
+
+// Puts a failure into the thread's record, without a log record, so that a test
+// sees who clears it.
 inline void PlantFailure() {
   GetQuorlException()->SetException(1, "planted", 1, "planted");
 }
@@ -58,15 +73,6 @@ inline bool FailurePlanted() { return Recorded().code == 1; }
 inline std::string ErrnoMessage(const std::string& prefix, int error) {
   return prefix + ": errno: " + std::to_string(error) + " " + strerror(error);
 }
-
-#define EXPECT_FAILURE(failure, expected_code, expected_msg, expected_file) \
-  do {                                                                      \
-    const support::Failure seen_failure = (failure);                        \
-    EXPECT_EQ(seen_failure.code, (expected_code));                          \
-    EXPECT_EQ(seen_failure.msg, (expected_msg));                            \
-    EXPECT_EQ(seen_failure.file, (expected_file));                          \
-    EXPECT_GT(seen_failure.line, 0);                                        \
-  } while (false)
 
 // A directory of the test's own, removed with all it holds at the end.
 class TempDir {
@@ -105,12 +111,13 @@ inline auto OpenDescriptors() {
   return std::distance(begin(open), end(open));
 }
 
-// Runs `body` in a process of its own and gives how that ended: 0 when it has
-// neither failed an expectation nor died.
+// Runs `body` in a process of its own and returns how that ended: 0 when it has
+// neither failed an expectation nor died. One that hangs is killed.
 inline int InChild(const std::function<void()>& body) {
   fflush(nullptr);
   const pid_t child = fork();
   if (child == 0) {
+    alarm(60);
     body();
     _exit(testing::Test::HasFailure());
   }
@@ -119,25 +126,36 @@ inline int InChild(const std::function<void()>& body) {
   return status;
 }
 
-// A log target that keeps each Write.
+// Runs `body` on `count` threads, which the destructor joins.
+class Threads {
+ public:
+  Threads(int count, const std::function<void(int)>& body) {
+    for (int i = 0; i < count; ++i) threads_.emplace_back(body, i);
+  }
+  Threads(const Threads&) = delete;
+  Threads& operator=(const Threads&) = delete;
+  ~Threads() {
+    for (std::thread& thread : threads_) thread.join();
+  }
+
+ private:
+  std::vector<std::thread> threads_;
+};
+
+// A log target that keeps each Write. Not to be read while threads log.
 class RecordingStream : public QuorlBased::CQuorlStreamImpl {
  public:
   int32_t Read(void*, uint32_t) override { return -1; }
   int32_t Write(const void* buffer, uint32_t count) override {
-    const std::lock_guard<std::mutex> lock(mutex_);
     records_.emplace_back(static_cast<const char*>(buffer), count);
     return static_cast<int32_t>(count);
   }
   int64_t Seek(int64_t, QuorlBased::SeekOrigin) override { return 0; }
   bool Eof() override { return false; }
 
-  std::vector<std::string> Records() const {
-    const std::lock_guard<std::mutex> lock(mutex_);
-    return records_;
-  }
+  const std::vector<std::string>& Records() const { return records_; }
 
  private:
-  mutable std::mutex mutex_;
   std::vector<std::string> records_;
 };
 
@@ -149,29 +167,13 @@ inline RecordingStream& Log() {
   return *stream;
 }
 
-// One field of a record: Field(record, "LV") is "EXP  ".
+// One field of a log record: Field(record, "LV") is "EXP  ".
 inline std::string Field(const std::string& record, const std::string& name) {
   const size_t start = record.find("[" + name + "=");
   if (start == std::string::npos) return {};
   const size_t text = start + name.size() + 2;
   return record.substr(text, record.find(']', text) - text);
 }
-
-// With VELLIX_TIMER in the environment each test runs under a signal of 1 kHz
-// that interrupts system calls.
-[[maybe_unused]] inline const bool timer_runs = [] {
-  if (!getenv("VELLIX_TIMER")) return false;
-  struct sigaction action = {};
-  action.sa_handler = [](int) {};
-  sigaction(SIGUSR2, &action, nullptr);
-  sigevent event = {};
-  event.sigev_notify = SIGEV_SIGNAL;
-  event.sigev_signo = SIGUSR2;
-  timer_t timer = {};
-  timer_create(CLOCK_MONOTONIC, &event, &timer);
-  const itimerspec each = {{0, 1000000}, {0, 1000000}};
-  return timer_settime(timer, 0, &each, nullptr) == 0;
-}();
 
 }  // namespace support
 

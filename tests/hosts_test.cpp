@@ -1,0 +1,303 @@
+// Hosts as they are: killed, forking, cancelling, unloading the library, ending
+// while their threads log, changing what others read, without room for the log.
+// The environment variables repeat a test at the scale of docs/guarantees.md.
+#include <fcntl.h>
+#include <sys/mman.h>
+
+#include <random>
+#include <sstream>
+
+#include "support/support.h"
+#include "vellix/loader.h"
+
+using namespace QuorlBased;
+using support::InChild;
+using support::Threads;
+
+static IQuorlLogger* early_logger = nullptr;
+static bool log_in_handler = false;
+static std::function<void()>* during_teardown = nullptr;
+
+// Asks before the initialisers of the library have run, and registers a fork
+// handler that runs before any of its own.
+__attribute__((constructor(101))) static void BeTheFirst() {
+  early_logger = GetQuorlLogger();
+  pthread_atfork(nullptr, nullptr, [] {
+    alarm(60);
+    if (log_in_handler) early_logger->Log(LogInfo, "handler", "", nullptr, 0);
+  });
+}
+
+WRAP(int, pthread_key_delete, (pthread_key_t key)) {
+  const bool ours = key == TLSKeyKeeper::sTLSIndex;
+  if (ours && during_teardown) (*during_teardown)();
+  return __real_pthread_key_delete(key);
+}
+
+namespace {
+
+int Times(const char* name, int usual) {
+  const char* asked = getenv(name);
+  return asked ? atoi(asked) : usual;
+}
+
+int Random(int limit) { return int(std::random_device{}() % unsigned(limit)); }
+
+// What thread `thread` says in its log record `i`.
+std::string Text(int i) {
+  return std::to_string(i) + " " + std::string(size_t(i % 97), 'x');
+}
+void Say(int thread, int i) {
+  GetQuorlLogger()->Log(LogInfo, std::to_string(thread).c_str(),
+                        Text(i).c_str(), nullptr, 0);
+}
+
+// Reads a log: each record whole, those of a thread in their order and without
+// a gap, the time never backwards.
+struct Content {
+  explicit Content(const std::string& log) {
+    std::istringstream in(log);
+    for (std::string line; std::getline(in, line) && !in.eof();) Take(line);
+  }
+  void Take(const std::string& line) {
+    const std::string from = support::Field(line, "FR");
+    if (from == "child") {
+      EXPECT_EQ(support::Field(line, "TH"), support::Field(line, "MG"));
+    }
+    if (!isdigit(from[0])) return void(++others);
+    const int i = records[std::stoul(from)]++;
+    ASSERT_EQ(line.substr(line.find("[FR=")),
+              "[FR=" + from + "] [MG=" + Text(i) + "] [BN=NULL]\r");
+    tm fields{};
+    ASSERT_NE(strptime(line.c_str() + 4, "%c", &fields), nullptr) << line;
+    ASSERT_GE(mktime(&fields), time) << line;
+    time = mktime(&fields);
+  }
+
+  std::vector<int> records = std::vector<int>(9);  // by thread
+  int others = 0;
+  time_t time = 0;
+};
+
+TEST(Hosts, GetTheLoggerBeforeItsInitialiser) {
+  EXPECT_EQ(early_logger, GetQuorlLogger());
+}
+
+TEST(Hosts, KilledHaveWrittenWhatWasAcknowledged) {
+  const support::TempDir dir;
+  using Counts = std::atomic<int>[8];
+  auto& acknowledged = *static_cast<Counts*>(
+      mmap(nullptr, sizeof(Counts), PROT_READ | PROT_WRITE,
+           MAP_SHARED | MAP_ANONYMOUS, -1, 0));
+  for (int kills = Times("VELLIX_KILLS", 50); kills > 0; --kills) {
+    for (auto& count : acknowledged) count = 0;
+    const pid_t child = fork();
+    if (child == 0) {
+      GetQuorlLogger()->SetLogFile((dir / "log").c_str(), false);
+      Threads(8, [&](int t) {
+        for (int i = 0;; acknowledged[t] = ++i) Say(t, i);
+      });
+    }
+    const int enough = Random(Times("VELLIX_KILL_RECORDS", 300));
+    while (acknowledged[0] <= enough) usleep(100);
+    kill(child, SIGKILL);
+    waitpid(child, nullptr, 0);
+    const Content log(support::ReadFile(dir / "log"));
+    for (size_t t = 0; t < 8; ++t) ASSERT_GE(log.records[t], acknowledged[t]);
+  }
+}
+
+// Beside threads that hold the logger's lock and the C library's of the zone.
+TEST(Hosts, ForkedChildrenLogFailAndExecute) {
+  const support::TempDir dir;
+  setenv("TZ", "<+03>-3", 1);
+  ASSERT_TRUE(GetQuorlLogger()->SetLogFile((dir / "log").c_str(), false));
+  log_in_handler = true;
+  std::atomic<bool> done{false};
+  const int forks = Times("VELLIX_FORKS", 100);
+  {
+    const Threads busy(8, [&](int t) {
+      for (int i = 0; !done; ++i) Say(t, i);
+    });
+    const Threads clock(2, [&](int) {
+      const time_t now = time(nullptr);
+      for (tm fields{}; !done;) localtime_r(&now, &fields);
+    });
+    Say(8, 0);  // the thread that forks has its id by then
+    for (int i = 0; i < forks; ++i) {
+      const pid_t child = i % 2 ? _Fork() : fork();
+      if (child == 0) {
+        alarm(60);
+        GetQuorlLogger()->Log(LogInfo, "child",
+                              std::to_string(getpid()).c_str(), nullptr, 0);
+        if (file_exists("/none")) _exit(2);
+        execlp("true", "true", nullptr);
+      }
+      int status = -1;
+      waitpid(child, &status, 0);
+      EXPECT_EQ(status, 0) << i;
+    }
+    done = true;
+  }
+  // Each child's record and its failure, and of every other one the handler's.
+  EXPECT_EQ(Content(support::ReadFile(dir / "log")).others,
+            2 * forks + forks / 2);
+}
+
+TEST(Hosts, ChangeTheEnvironmentAndTheTextBesideLogs) {
+  ASSERT_TRUE(GetQuorlLogger()->SetLogFile("/dev/null", true));
+  static char text[3000] = "";
+  memset(text, 'x', sizeof text - 1);
+  std::atomic<bool> done{false};
+  const Threads loggers(4, [&done](int) {
+    while (!done) GetQuorlLogger()->Log(LogInfo, "f", text, nullptr, 0);
+  });
+  for (int i = 0; i < 20000; ++i) {
+    setenv(("NAME" + std::to_string(i)).c_str(), "value", 1);
+    memset(text + 1, i % 2 ? '\n' : 'x', 2900);
+  }
+  done = true;
+}
+
+TEST(Hosts, CancelThreadsAnywhereAndLocksAreFree) {
+  const support::TempDir dir;
+  GetQuorlLogger()->SetLogFile((dir / "log").c_str(), false);
+  int full[2];
+  ASSERT_EQ(pipe2(full, O_NONBLOCK), 0);
+  while (write(full[1], "x", 1) > 0) continue;
+  fcntl(full[1], F_SETFL, 0);
+  CHandleStream full_stream(full[1]);
+  CQuorlLogger blocked;
+  blocked.SetLogStream(&full_stream);
+  CXEvent event(false, false);
+  const std::function<void()> rows[] = {
+      [&] { blocked.Log(LogInfo, "", "", nullptr, 0); },
+      [&] { event.Wait(kWaitForever); },
+      [&] {  // never blocked, and so cancelled anywhere
+        CFileStream(dir / "log", kOpenRead).Write("", 1);
+        event.Wait(0);
+      }};
+  for (int i = Times("VELLIX_CANCELS", 300); i > 0; --i) {
+    std::atomic<bool> begun{false};
+    std::thread thread([&, row = rows[size_t(i) % std::size(rows)]] {
+      for (begun = true;;) row();
+    });
+    while (!begun) std::this_thread::yield();
+    usleep(unsigned(Random(500)));
+    pthread_cancel(thread.native_handle());
+    thread.join();
+    EXPECT_FALSE(blocked.IsLogging(nullptr));
+  }
+  // On this thread, where the locks of the others would hold.
+  GetQuorlLogger()->Log(LogInfo, "", "", nullptr, 0);
+  event.Set();
+}
+
+TEST(Hosts, LoadUseAndUnloadTheLibrary) {
+  for (int i = Times("VELLIX_LOADS", 50); i > 0; --i) {
+    {
+      vellix::Library library;
+      ASSERT_TRUE(library.Open(VELLIX_LIBRARY)) << library.Error();
+      support::RecordingStream target;
+      library.Logger()->SetLogStream(&target);
+      library.Exception()->Copy(library.Exception());
+      EXPECT_EQ(target.Records().size(), 1U);
+      library.ReleaseException();
+      if (i == 1) library.KeepLoaded();
+    }
+    const std::string maps = support::ReadFile("/proc/self/maps");
+    ASSERT_EQ(maps.find("libvellix") != maps.npos, i == 1);
+  }
+}
+
+vellix::Library* host_library = nullptr;
+
+// Runs when the library has been torn down already.
+void LogLate() {
+  static support::RecordingStream late;
+  IQuorlLogger* logger = host_library->Logger();
+  logger->Log(LogFatal, "late", "", nullptr, 0);
+  if (logger->SetLogStream(&late)) _exit(6);
+  host_library->ReleaseException();
+  host_library->Exception()->SetException(1, "late", 1, "");
+  host_library->Exception()->Copy(host_library->Exception());
+  if (host_library->Exception()->GetExceptionCode() != 1) _exit(7);
+  host_library->ReleaseException();
+}
+
+TEST(Hosts, EndWhileThreadsLogAndFail) {
+  const support::TempDir dir;
+  const std::string log = dir / "log";
+  for (int exits = Times("VELLIX_EXITS", 30); exits > 0; --exits) {
+    const auto end = [&] {
+      atexit(LogLate);
+      host_library = new vellix::Library;
+      host_library->Open(VELLIX_LIBRARY);
+      host_library->KeepLoaded();
+      host_library->Logger()->SetLogFile(log.c_str(), false);
+      new Threads(4, [](int) {
+        for (;; host_library->ReleaseException()) {
+          host_library->Exception()->Copy(host_library->Exception());
+        }
+      });
+      usleep(unsigned(Random(2000)));
+      exit(0);
+    };
+    ASSERT_EQ(InChild(end), 0);
+    EXPECT_EQ(support::ReadFile(log).find("late"), std::string::npos);
+  }
+}
+
+TEST(Hosts, EndWhileAThreadReleasesItsRecord) {
+  const auto end = [] {
+    std::atomic<int> stage{0};
+    std::thread thread([&] {
+      support::PlantFailure();
+      for (stage = 1; stage == 1;) std::this_thread::yield();
+      ReleaseQuorlException();
+    });
+    while (stage == 0) std::this_thread::yield();
+    during_teardown = new std::function<void()>([&] {
+      stage = 2;
+      thread.join();
+    });
+    exit(0);
+  };
+  EXPECT_EQ(InChild(end), 0);
+}
+
+// With a log that cannot be written, and one that clears the failure record.
+TEST(Hosts, HaveTheSameResultsWhateverTheirLogDoes) {
+  const support::TempDir dir;
+  support::WriteFile(dir / "f", "hello");
+  CMemoryStream clearing, stream;
+  CHandleStream full(open("/dev/full", O_WRONLY));
+  for (IQuorlStream* log :
+       std::initializer_list<IQuorlStream*>{&clearing, &full}) {
+    const auto body = [&] {
+      GetQuorlLogger()->SetLogStream(log);
+      CFileStream in(dir / "f", kOpenRead);
+      char byte = 0;
+      int reads = 0;
+      for (; !in.Eof() && reads < 10; ++reads) in.Read(&byte, 1);
+      EXPECT_EQ(reads, 6);
+      const auto open_missing = [&] { CFileStream(dir / "no", kOpenRead); };
+      EXPECT_EQ(support::Thrown(open_missing).msg,
+                support::ErrnoMessage("file_open error", ENOENT));
+      EXPECT_EQ(support::Thrown([&] { stream.SetCapacity(INT64_MAX); }).code,
+                kOutOfMemory);
+      unsetenv("LD_LIBRARY_PATH");
+      dll_set_load_path("/x");
+      EXPECT_STREQ(getenv("LD_LIBRARY_PATH"), ":/x");
+      errno = EDOM;
+      GetQuorlLogger()->Log(LogInfo, "f", "m", nullptr, 0);
+      EXPECT_EQ(errno, EDOM);
+      dup2(open("/dev/null", O_WRONLY), full.GetHandle());  // room again
+      GetQuorlLogger()->Log(LogInfo, "f", "m", nullptr, 0);
+      EXPECT_EQ(support::Recorded().code, 0);
+    };
+    EXPECT_EQ(InChild(body), 0);
+  }
+}
+
+}  // namespace
