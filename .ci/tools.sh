@@ -47,8 +47,8 @@ need_build_tools() {
 need_test_tools() {
   need_build_tools
   need clang++=clang abidiff=abigail-tools pkg-config readelf=binutils \
-    dpkg-shlibdeps=dpkg-dev file perl lnav lognormalizer=liblognorm-utils \
-    doxygen
+    dpkg-shlibdeps=dpkg-dev file python3 lnav \
+    lognormalizer=liblognorm-utils doxygen
 }
 
 # need_bench_tools: what the benchmarks call. Peers are measured if they are
