@@ -6,10 +6,10 @@
 #include <cstdint>
 #include <string>
 
-namespace {
-
-// A host's own stream, with the operations in their order.
-struct Stream {
+// A host's own stream, with the operations in their order, under the name of
+// the interface.
+namespace QuorlBased {
+struct IQuorlStream {
   virtual int64_t GetPosition() { return -1; }
   virtual int64_t SetPosition(int64_t) { return -1; }
   virtual int64_t GetSize() { return -1; }
@@ -21,6 +21,9 @@ struct Stream {
   }
   std::string log;
 };
+}  // namespace QuorlBased
+
+namespace {
 
 // Calls the operation in slot `slot` of the object's table.
 template <typename Result, typename... Arguments>
@@ -37,7 +40,7 @@ TEST(Abi, RecordAndLoggerBySlot) {
   };
   void* const logger = get("GetQuorlLogger");
   void* const record = get("GetQuorlException");
-  Stream stream;
+  QuorlBased::IQuorlStream stream;
   EXPECT_TRUE(Call<bool>(logger, 2, &stream));
   EXPECT_EQ(Call<void*>(logger, 3), &stream);
   Call<void>(record, 3, 7, "broken", 9, "pump.cpp");

@@ -128,6 +128,7 @@ TEST(LogFile, IsAppendedToEmptiedOrRefused) {
   EXPECT_FALSE(logger.SetLogFile((dir / "none/log").c_str(), true));
   EXPECT_EQ(Recorded().code, kFileFailure);
   EXPECT_TRUE(logger.SetLogFile((dir / "new").c_str(), true));
+  logger.GetLogStream()->Free();
 }
 
 TEST(Target, MayFailThrowLogOrReleaseTheRecord) {

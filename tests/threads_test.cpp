@@ -18,8 +18,11 @@ WRAP(int, usleep, (unsigned time)) {
   return __real_usleep(time);
 }
 WRAP(int, pthread_cond_wait, (pthread_cond_t * cond, pthread_mutex_t* mutex)) {
-  static thread_local bool woken = false;  // the first time without a cause
-  if (!std::exchange(woken, true)) return 0;
+  static thread_local bool woken = false;
+  if (!woken) {
+    woken = true;
+    return 0;  // without a cause
+  }
   ++asleep;
   return __real_pthread_cond_wait(cond, mutex);
 }
