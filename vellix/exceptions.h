@@ -2,8 +2,10 @@
 //
 // A call of the toolkit that fails returns its failure value and puts the
 // reason into the calling thread's failure record, which GetQuorlException
-// returns. The record belongs to its thread; a CBaseException belongs to
-// whoever holds it. Nothing here takes a lock.
+// returns; or it throws a CBaseException. The comment of each function says
+// which. The failure record belongs to its thread, a CBaseException to whoever
+// holds it. Nothing here takes a lock, except that Copy into a failure record
+// logs and so takes the logger's.
 #ifndef VELLIX_EXCEPTIONS_H_
 #define VELLIX_EXCEPTIONS_H_
 
@@ -30,8 +32,9 @@ class IQuorlException {
   virtual const char* GetExceptionSource(int* line) const = 0;
 
   // Stores the four fields. A null `msg` or `file` empties that text; both may
-  // point into the object itself. Never writes to the log. May throw
-  // std::bad_alloc.
+  // point into the object itself. Never writes to the log. Throws
+  // std::bad_alloc when memory runs out: the code is then stored, unless `file`
+  // lies in the object's message, and the other fields may be those of before.
   virtual void SetException(int code, const char* msg, int line,
                             const char* file) = 0;
 
@@ -40,11 +43,13 @@ class IQuorlException {
   virtual void Clear() = 0;
 
   // Copies the four fields of `src`, which must not be null and whose source
-  // name must not be null. May throw std::bad_alloc.
+  // name must not be null. May throw std::bad_alloc. On the failure record of a
+  // thread it also writes a log record (IQuorlLogger::EnableExpLog), and throws
+  // what IQuorlLogger::Log throws.
   virtual void Copy(IQuorlException* src) = 0;
 };
 
-// What the toolkit throws, by value, and the only type that it throws.
+// A failure as a value: what the toolkit throws to report one.
 class CBaseException : public IQuorlException {
  public:
   // Code 0, empty texts, line 0.
@@ -85,15 +90,16 @@ class CBaseException : public IQuorlException {
 };
 
 // The object behind GetQuorlException, one per thread. Inside the library only.
-// What is copied into it is written to the log.
+// What is copied into it is written to the log. Defined in
+// exceptions_store.cpp, as TLSKeyKeeper.
 class CQuorlException final : public CBaseException {
  public:
   // Code 0, empty texts, line -1.
   CQuorlException();
 
   // Copies the fields of `src` and writes them to the log at level LogExp,
-  // unless exception logging is off or this thread is inside the logger's own
-  // write. With this object itself as `src` only the log record is written.
+  // unless EnableExpLog is off or this thread is inside the target's Write.
+  // With this object itself as `src` only the log record is written.
   void Copy(IQuorlException* src) override;
 };
 
@@ -136,14 +142,18 @@ constexpr int32_t kWrongState = 10021019;  // wrong state for the operation
 //   Line: 123 !!!]
 //
 // without a line feed at the end. Makes the thread's failure record if there is
-// none, and does not change it. May throw std::bad_alloc. Any thread.
+// none, and does not change it. May throw std::bad_alloc. Any thread. Defined
+// in exceptions_text.cpp, as the next one.
 std::string GetLastQuorlExpAsText();
 
 // `e` rendered through `format`, a printf format that takes a text (the file
 // without its directories), an integer (the line) and a text (the message), in
-// this order: FormatQuorlExp(e, "%s:%d: %s"). At most 255 bytes; a longer text
-// is cut. Throws what extract_file_name throws, so also in a working directory
-// that was removed. Any thread.
+// this order: FormatQuorlExp(e, "%s:%d: %s"). `format` must not come from data.
+// At most 255 bytes; a longer text is cut. Any thread.
+//
+// Failure: throws kGeneralFailure "Can't expand path", such as for a relative
+// file in a working directory that was removed, kOutOfMemory "No enough memory"
+// or std::bad_alloc. Nothing is recorded.
 std::string FormatQuorlExp(const CBaseException& e, const std::string& format);
 
 }  // namespace QuorlBased
@@ -153,10 +163,12 @@ extern "C" {
 // The calling thread's failure record, made by the first call on the thread;
 // never null. One record per thread serves all modules of the process. It stays
 // valid until the thread calls ReleaseQuorlException or ends, and must not be
-// deleted. Throws std::bad_alloc when there is no memory for the first one.
+// deleted. Throws std::bad_alloc when there is no memory for a new one. Any
+// thread. Defined in exceptions_store.cpp, as the next one.
 //
-// A process that has used up its pthread keys before the library is loaded gets
-// a new record from each call, and leaks it. Any thread.
+// Each call makes a new record, and leaks it, when the process had used up its
+// pthread keys before the library was loaded, or while the system has no memory
+// for the thread's slot of a key.
 __attribute__((visibility("default"))) IQuorlException* GetQuorlException();
 
 // Destroys the calling thread's failure record, if it has one. The next

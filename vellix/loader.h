@@ -22,8 +22,8 @@
 
 namespace vellix {
 
-// The library as a module that is opened at run time. Closes it when it dies; a
-// host that logs until its end keeps the object, or calls KeepLoaded.
+// The library as a module that is opened at run time. The destructor closes it;
+// a host that logs until its end keeps the object, or calls KeepLoaded.
 class Library {
  public:
   Library() = default;
@@ -32,7 +32,7 @@ class Library {
   ~Library() { Close(); }
 
   // Opens the library that lies beside the running executable. False with
-  // Error() on failure; nothing is then open.
+  // Error() on failure; a library that was open stays open.
   bool Open() {
     const std::string directory = ExecutableDirectory();
     if (directory.empty()) {
@@ -42,7 +42,8 @@ class Library {
   }
 
   // Opens the library at `path` and looks up its three functions. False with
-  // Error() when it cannot be opened, lacks one of them, or one is open.
+  // Error() when it cannot be opened, lacks one of them, or a library is open
+  // already, which stays open.
   bool Open(const std::string& path) {
     if (handle_) return Fail("a library is open already");
     handle_ = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
@@ -63,7 +64,7 @@ class Library {
   // What went wrong last, for a person to read; empty after a success.
   const std::string& Error() const { return error_; }
 
-  // The calling thread's record; see GetQuorlException. Only while open.
+  // The thread's failure record; see GetQuorlException. Only while open.
   IQuorlException* Exception() const { return get_exception_(); }
 
   // See ReleaseQuorlException. Only while open.
@@ -72,7 +73,7 @@ class Library {
   // The process's logger; see GetQuorlLogger. Only while open.
   QuorlBased::IQuorlLogger* Logger() const { return get_logger_(); }
 
-  // Leaves the library in the process when this object dies.
+  // Keeps the destructor from closing the library.
   void KeepLoaded() { keep_loaded_ = true; }
 
   // The directory of the running executable with its closing slash; empty when

@@ -7,7 +7,7 @@
 //   kLog.Debug() << "took " << elapsed << " ms";
 //
 // Header-only, over the interface alone. A message below the threshold costs
-// one load and a branch; one above it is formatted before the logger's lock is
+// one load and a branch; any other is formatted before the logger's lock is
 // taken. Any thread.
 #ifndef VELLIX_LOG_H_
 #define VELLIX_LOG_H_
@@ -29,7 +29,7 @@
 
 namespace vellix {
 
-// A block of bytes to dump; only its first 1024 are.
+// A block of bytes; at most 1024 are dumped.
 struct Bytes {
   const void* data = nullptr;
   size_t size = 0;
@@ -46,7 +46,7 @@ class Text {
  private:
   friend class Log;
 
-  // Of a text that ends at its NUL.
+  // Marks a NUL-terminated text.
   static constexpr size_t kTerminated = ~size_t{0};
 
   const char* text_;
@@ -89,7 +89,8 @@ class LogLine {
   Buffer* const buffer_;  // null when the level is off
 };
 
-// One per module: carries the source name of its records and a threshold.
+// One per module: carries the source name of its log records and a
+// threshold.
 class Log {
  public:
   // `from` must outlive the object; a literal does.

@@ -40,10 +40,11 @@ class IQuorlLogger {
   // descriptor, 0 to 2 in a process that has closed those.
   //
   // Failure: false, and a target can still be set. The thread's failure record
-  // holds the reason when the file could not be opened. It is left as it was
-  // when a target is set already and for a null path. Success clears it, except
-  // when appending to something that cannot seek, such as a pipe. Not
-  // synchronised: set the target before other threads log.
+  // holds the reason when the file could not be opened; when memory ran out, it
+  // may be cleared instead. It is left as it was when a target is set already,
+  // for a null path and after the teardown. Success clears it, except when
+  // appending to something that cannot seek, such as a pipe. Not synchronised:
+  // set the target before other threads log.
   virtual bool SetLogFile(const char* path, bool append) = 0;
 
   // The name given to SetLogFile; null without one. Valid as long as the
@@ -55,8 +56,9 @@ class IQuorlLogger {
   // stream must not be left half changed by a thread that is gone in the child:
   // a stream over a descriptor has nothing to change, a CMemoryStream has.
   //
-  // Failure: false, and nothing is changed or recorded, for null and when a
-  // target is set already. Not synchronised, as SetLogFile.
+  // Failure: false, and nothing is changed or recorded, for null, when a target
+  // is set already and after the teardown. Success leaves the thread's failure
+  // record as it was. Not synchronised, as SetLogFile.
   virtual bool SetLogStream(IQuorlStream* stream) = 0;
 
   // The target; null while there is none.
@@ -81,28 +83,29 @@ class IQuorlLogger {
   // `from` names the source and `msg` is the text, "NULL" when null; line feed
   // and carriage return in them become \n and \r. Of `data` the first 1024 of
   // `size` bytes are dumped as hexadecimal digits, "NULL" without any. Does
-  // nothing when logging is off, without a target, and for an unknown level.
+  // nothing when logging is off, for LogExp while EnableExpLog is off, without
+  // a target, and for an unknown level.
   //
   // The time is local time. A new value of TZ shows when the next second
   // begins; the C library then reads the environment, which must not be changed
   // by another thread at that moment. The child of a process with threads keeps
-  // the offset from UTC that was last in use there.
+  // the offset from UTC that its parent last used.
   //
   // Failure: a failed Write is neither reported nor repeated. Throws what the
   // target's Write throws, std::bad_alloc, and std::length_error for more than
   // 4 GiB; the next log record is whole all the same. A file takes 2 GiB less
-  // 4 KiB at once; the rest of a longer record is lost.
+  // 4 KiB at once; the rest of a longer log record is lost.
   //
   // Leaves errno as it was, and the thread's failure record too if the target
-  // does. Any thread; log records never interleave. Not in a signal handler,
-  // and not under asynchronous cancellation: either may end or hang the
-  // process.
+  // does. Any thread; log records never interleave. A cancellation point with a
+  // file as the target. Not in a signal handler, and not under asynchronous
+  // cancellation: either may end or hang the process.
   virtual void Log(LogLevel level, const char* from, const char* msg,
                    const unsigned char* data, unsigned int size) = 0;
 
-  // Whether a log record is being written now. Writes to `*threadId`, unless it
-  // is null, the id of the thread that last began to write one. A thread that
-  // finds true and its own id is itself inside the target's Write. Any thread.
+  // Whether a log record is being written now. Stores the id of the last writer
+  // in `*threadId` unless that is null. A thread that finds true and its own id
+  // is itself inside the target's Write. Any thread.
   virtual bool IsLogging(unsigned int* threadId) = 0;
 };
 
@@ -141,8 +144,8 @@ class CQuorlLogger final : public IQuorlLogger {
   static void ConvertToHexString(const unsigned char* data, unsigned int size,
                                  std::string& out);
 
-  // Forgets the target, which is left alone, for good: a later Log does
-  // nothing. For the library's teardown alone.
+  // Drops the target without freeing it. Later calls of Log do nothing. For the
+  // library's teardown alone.
   void TearDown();
 
  private:
@@ -175,6 +178,7 @@ extern "C" {
 
 // The logger of the process; never null, never fails, not the caller's. Its
 // operations may be called once the library has been loaded. Any thread.
+// Defined in library.cpp.
 __attribute__((visibility("default"))) QuorlBased::IQuorlLogger*
 GetQuorlLogger();
 

@@ -30,7 +30,7 @@ struct LogFields {
 // One log record, complete but for its time.
 class LogRecord {
  public:
-  // Throws std::bad_alloc, and std::length_error for a record that one Write
+  // Throws std::bad_alloc, and std::length_error for a line that one Write
   // cannot take.
   explicit LogRecord(const LogFields& fields) {
     LogText from(fields.from);
@@ -111,7 +111,7 @@ class LogRecord {
   void ComposeEscaped(const LogFields& fields, LogText& from, LogText& msg,
                       size_t dumped);
 
-  // Most records need no heap.
+  // Most log records need no heap.
   char room_[4096];
   std::unique_ptr<char[]> heap_;
   char* text_ = room_;

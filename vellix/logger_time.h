@@ -15,7 +15,7 @@ class TimeText {
   const char* For(time_t now) { return now == second_ ? text_ : Render(now); }
 
   // Looks up the offset from UTC, so that it is known to a child that is forked
-  // before the first record.
+  // before the first log record.
   void LearnOffset() { For(time(nullptr)); }
 
   // To be called in a forked child, which may inherit a half-written text. With
