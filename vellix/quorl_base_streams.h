@@ -1,14 +1,17 @@
 // The byte stream interface and the toolkit's streams over a handle, a named
 // file and a growing memory block.
 //
-// Positions, sizes and the counts of CopyFrom are signed 64-bit bytes; one Read
-// or Write moves at most an unsigned 32-bit count and returns it as a signed
-// one: of 2 GiB and more the result is negative, -1 for 4 GiB less one byte. A
-// position that has moved tells such a success from a failure. No operation of
-// the interface lets a failure out as an exception: it returns its failure
-// value and leaves the cause in the calling thread's failure record. A stream
-// holds no lock: it belongs to one thread at a time, or to a caller that
-// serialises it as the logger does.
+// Positions, sizes and the counts of CopyFrom are bytes in 64 bits, signed. One
+// Read or Write moves at most an unsigned 32-bit count. It returns the count as
+// a signed number: for 2 GiB and more it is negative, and for 4 GiB less one
+// byte it is -1. If the position has moved, that was a success. A handle stream
+// never moves that much in one call.
+//
+// An operation of the interface throws nothing of its own: it returns its
+// failure value and leaves the cause in the calling thread's failure record.
+// What may pass it all the same is in docs/failures.md. A stream holds no lock:
+// it belongs to one thread at a time, or to a caller that serialises it as the
+// logger does.
 #ifndef VELLIX_QUORL_BASE_STREAMS_H_
 #define VELLIX_QUORL_BASE_STREAMS_H_
 
@@ -51,7 +54,7 @@ class IQuorlStream {
   // of 0 copies the whole source from its start. Returns the bytes copied, -1
   // on failure.
   virtual int64_t CopyFrom(IQuorlStream* source, int64_t count) = 0;
-  // A property of the stream that nothing here asks for.
+  // Not used by the library.
   virtual bool IsStream() = 0;
   // Whether the end has been met.
   virtual bool Eof() = 0;
@@ -81,9 +84,10 @@ class CQuorlStreamImpl : public IQuorlStream {
   // recorded; the bytes copied before stay.
   //
   // Failure: -1, recorded: kBadArgument "Count can't be less than zero",
-  // kNullPointer "Bad pointer", kOutOfMemory "No enough memory", kEndOfData
-  // "End of file" when the source ends early or the destination takes nothing
-  // more. Success clears the record.
+  // kNullPointer "Bad pointer", kOutOfMemory "No enough memory" (also for a
+  // count of 0 from a source without a size, such as a pipe), kEndOfData "End
+  // of file" when the source ends early or the destination takes nothing more.
+  // Success clears the record.
   int64_t CopyFrom(IQuorlStream* source, int64_t count) override;
 
   // False.
@@ -91,7 +95,7 @@ class CQuorlStreamImpl : public IQuorlStream {
 
   // Clears the thread's failure record and deletes this stream, which must have
   // been made with new. A failure of the destructor is recorded. Not a
-  // cancellation point.
+  // cancellation point for the streams of this header.
   void Free() override;
 
   // May throw: Free records what a derived destructor raises.
@@ -100,6 +104,7 @@ class CQuorlStreamImpl : public IQuorlStream {
 
 // A stream over a file handle that someone else opened and closes. Its position
 // is that of the handle, shared with all who use it. Nothing is buffered.
+// Defined in quorl_handle_streams.cpp, as CFileStream and file_open_exp.
 class CHandleStream : public CQuorlStreamImpl {
  public:
   // Throws kBadArgument "CHandleStream::CHandleStream: bad file handle" for a
@@ -114,7 +119,7 @@ class CHandleStream : public CQuorlStreamImpl {
   bool SetSize(int64_t newSize) override;
 
   // file_read. At the end of the file: -1, recorded as kEndOfData, and Eof is
-  // true from then on until the next Seek, Write or SetSize.
+  // true from then on.
   int32_t Read(void* buffer, uint32_t count) override;
 
   // file_write; a short write is a success.
@@ -123,7 +128,8 @@ class CHandleStream : public CQuorlStreamImpl {
   // file_seek.
   int64_t Seek(int64_t offset, SeekOrigin origin) override;
 
-  // Whether the last Read met the end. Asks the system nothing.
+  // Whether a Read has met the end since the last Seek, Write, SetSize,
+  // GetPosition, SetPosition or GetSize. Asks the system nothing.
   bool Eof() override;
 
   // Leaves the handle open.
@@ -141,20 +147,24 @@ class CHandleStream : public CQuorlStreamImpl {
 class CFileStream : public CHandleStream {
  public:
   // `mode` as in file_open: 0xFFFF creates or empties the file, any other word
-  // opens an existing one. Throws what file_open records.
+  // opens an existing one. A failure is recorded and logged as by file_open,
+  // and thrown. Success clears the record, except with kCreateFile.
   CFileStream(const std::string& path, uint16_t mode);
 
-  // Closes the file, with what file_close does to the failure record. Not a
-  // cancellation point.
+  // Closes the file unless its handle is 0, with what file_close does to the
+  // failure record. Not a cancellation point.
   ~CFileStream() override;
 };
 
-// file_open that fails by throwing what file_open records, whatever the log has
-// made of the record.
+// file_open that throws its failure, which is recorded and logged as well;
+// what it throws does not depend on what the log has made of the record.
+// Returns the handle, which the caller closes with file_close.
 int32_t file_open_exp(const std::string& path, const uint16_t& mode);
 
 // Reading, seeking and saving over one malloc block, which the stream owns and
-// frees.
+// frees. Eof, GetPosition, SetPosition and GetSize seek, so they clear the
+// thread's failure record when they succeed. Defined in
+// quorl_memory_streams.cpp, as CMemoryStream.
 class CCustomMemoryStream : public CQuorlStreamImpl {
  public:
   CCustomMemoryStream() = default;
@@ -163,7 +173,8 @@ class CCustomMemoryStream : public CQuorlStreamImpl {
   void* GetMemory() const { return memory_; }
 
   // Hands the stream `block`, which must come from malloc or realloc and hold
-  // `size` bytes. The block that was there is not freed, the position stays.
+  // `size` bytes. The block that was there is not freed, the position stays:
+  // where it is above `size`, GetPosition and GetSize are -1 until a Seek.
   // Throws kBadArgument "Size can't be less than zero".
   void SetPointer(void* block, int64_t size);
 
@@ -218,10 +229,10 @@ class CMemoryStream : public CCustomMemoryStream {
   int64_t GetCapacity() const { return capacity_; }
 
   // Brings the block to `newCapacity` bytes as Realloc rounds them; must not go
-  // below the size. When Realloc returns null: throws its failure, or what an
-  // override has put into the failure record, or kOutOfMemory "No enough
-  // memory" if that is nothing; the stream is then unchanged. Clears the record
-  // first.
+  // below the size. When Realloc returns null: throws its failure, which is
+  // recorded as well, or what an override has put into the failure record, or
+  // kOutOfMemory "No enough memory" if that is nothing; the stream is then
+  // unchanged. Clears the record first.
   void SetCapacity(int64_t newCapacity);
 
   // Empties the stream and frees the block. Throws what SetCapacity throws.
@@ -239,15 +250,17 @@ class CMemoryStream : public CCustomMemoryStream {
   //
   // Failure: -1, recorded: kBadArgument "Count can't less than zero" for a
   // negative position, kTooSmall "Dest buffer is not enough" for no bytes at
-  // position 0, kOutOfMemory "No enough memory"; the stream is then unchanged.
-  // Success clears the record.
+  // position 0, kOutOfMemory "No enough memory" or what SetCapacity throws; the
+  // stream is then unchanged. Success clears the record.
   int32_t Write(const void* buffer, uint32_t count) override;
 
   // Replaces the content by all of `source`; the position ends at the size.
   // After a failure the stream may have its new size and part of the data.
   //
   // Failure: false, recorded: kNullPointer "Bad pointer", kNoData "Soure Stream
-  // is empty", what CopyFrom or an override that refuses to shrink recorded.
+  // is empty", what CopyFrom recorded, or what an override of SetSize or
+  // Realloc recorded that left the size above the source's. Success clears the
+  // record.
   bool LoadFromStream(IQuorlStream* source);
 
   // LoadFromStream from the file `path`. Failure: false, recorded by the open
@@ -262,6 +275,11 @@ class CMemoryStream : public CCustomMemoryStream {
   // there what it rounded them up to, a multiple of 8192 unless the request is
   // 0 or equals the size. Null for 0, with the block freed. SetCapacity is its
   // only caller; a class that overrides it changes every growth of the stream.
+  //
+  // The block of an override must come from malloc or realloc and hold
+  // `newCapacity` bytes; the destructor frees it without the override. Null for
+  // more than 0 bytes must leave the old block alone; an override that has
+  // called this class's Realloc may still refuse.
   //
   // Failure: null for more than 0 bytes, recorded: kOutOfMemory "No enough
   // memory"; the old block stays. Clears the record first. An override may put

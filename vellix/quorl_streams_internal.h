@@ -8,8 +8,8 @@ namespace QuorlBased {
 
 inline constexpr FailureSource kStreams("../quorl_base_streams");
 
-// Puts a failure back into the calling thread's record, without a second log
-// record. Does nothing for code 0.
+// Puts a failure back into the calling thread's failure record, without a
+// second log record. Does nothing for code 0.
 inline void PutBack(const CBaseException& failure) {
   if (failure.GetCode() == 0) return;
   int line = 0;

@@ -18,8 +18,8 @@ class ResKeeper {
 
   // Frees the block held, allocates a block of `bytes`, not initialised, and
   // returns it; it stays the keeper's. Throws kOutOfMemory "No enough memory";
-  // the keeper then holds nothing. More than PTRDIFF_MAX bytes, the limit of
-  // 32-bit systems too, are refused without asking the heap.
+  // the keeper then holds nothing. More than PTRDIFF_MAX bytes are refused
+  // without asking the heap, also on 32-bit systems.
   void* Alloc(uint64_t bytes);
 
   // Takes over `block`, which must come from malloc or realloc. A null `block`
@@ -27,7 +27,7 @@ class ResKeeper {
   void Attach(void* block);
 
   // Brings the block to `bytes`, keeping what fits, and returns the block; it
-  // may have moved. 0 keeps a block that has room for nothing. Throws
+  // may have moved. For 0 bytes it still holds a block. Throws
   // kOutOfMemory "No enough memory"; the old block is then still allocated and
   // no longer the keeper's.
   void* Realloc(uint64_t bytes);
