@@ -9,8 +9,9 @@
 namespace QuorlBased {
 
 // With a lock each operation is atomic with regard to the others, on any
-// thread; without one the object belongs to one thread at a time. No operation
-// but a push can fail, and none touches the thread's failure record.
+// thread; without one the object belongs to one thread at a time. Only the
+// constructor and the pushes can fail. Nothing here touches the thread's
+// failure record.
 class CDataBuffer2 {
  public:
   // One push. A node in the queue has bytes left: `offset` is below `length`.

@@ -15,7 +15,7 @@ uint64_t QuorlBased_GetTicks();
 
 // Lets the calling thread sleep for `ms` milliseconds; a signal handler that
 // runs on the thread ends the sleep early. The microseconds are counted in 32
-// bits: above 4294967 milliseconds they wrap.
+// bits: above 4294967 milliseconds they wrap. A cancellation point.
 void QuorlBased_Sleep(uint32_t ms);
 
 // Seconds since 1970-01-01 00:00 UTC by the system's clock, the low 32 bits.

@@ -1,7 +1,8 @@
 // Bytes as text and back: Base64 and hexadecimal.
 //
 // The functions keep no state, leave the calling thread's failure record as it
-// was, and may be called from any thread. Input text is never refused.
+// was, and may be called from any thread. Input text is never refused. Where
+// there is no memory for a result they throw std::bad_alloc.
 #ifndef VELLIX_SYSUTILS_CODECS_H_
 #define VELLIX_SYSUTILS_CODECS_H_
 
@@ -36,9 +37,9 @@ uint8_t chr2hex(char c);
 
 // Makes one byte of each two digits of `hex`, up to its first NUL, and returns
 // their number; `out` is then exactly these bytes. The letters of `hex` become
-// lower case, in place. For an odd number of digits it returns 0 and leaves
-// `out` as it was. A character that is no digit counts as 0xFF: a pair is
-// (first * 16 + second) modulo 256.
+// lower case, in place, also when it throws std::bad_alloc. For an odd number
+// of digits it returns 0 and leaves `out` as it was. A character that is no
+// digit counts as 0xFF: a pair is (first * 16 + second) modulo 256.
 uint32_t hex2bin(std::string& hex, std::string& out);
 
 // Replaces `out` by the bytes of the digits in `hex` and returns its length.
@@ -53,7 +54,8 @@ uint32_t HexToBin(std::string& out, const char* hex, const std::string& seps);
 // at 253 characters.
 //
 // Failure: throws kNullPointer "Bad pointer" for a null `data`, as a
-// CBaseException, also for a `size` of 0.
+// CBaseException, also for a `size` of 0; std::length_error when a 32-bit
+// system cannot hold the text.
 std::string BinaryToHexString(void* data, uint32_t size,
                               const std::string& separator);
 

@@ -27,16 +27,22 @@ bool get_environment_variable(const std::string& name, std::string& value);
 bool set_environment_variable(const std::string& name,
                               const std::string& value);
 
-// Removes the variable `name`; true also when there is none. Clears the record.
+// Removes the variable `name`. True, and the record is cleared, also when there
+// is none and for a name that is empty or holds "=".
+//
+// Failure: false, recorded: kStandardException, when there was no memory for
+// the failure record. The variable is then still there.
 bool delete_environment_variable(const std::string& name);
 
 // Adds the directory `dir` at the end of LD_LIBRARY_PATH, unless it is an entry
 // already, byte for byte. An unset variable becomes ":dir". The loader reads
-// the variable when a process starts, so this is for child processes. Reports
-// nothing. The record is cleared when the variable was set, and keeps what
-// get_environment_variable left when `dir` was found. A variable that is set
-// but cannot be read for want of memory stays as it is. May throw
-// std::bad_alloc.
+// the variable when a process starts, so this is for child processes.
+//
+// Has no result. When this call has changed the variable, the record is
+// cleared; when `dir` was an entry already, or the change failed, it holds what
+// get_environment_variable or set_environment_variable left. A variable that
+// cannot be read for want of memory stays as it is. std::bad_alloc and what a
+// log target throws pass; nothing is set then.
 void dll_set_load_path(const std::string& dir);
 
 // Loads the module `filename` with lazy binding (dlopen); null for the running

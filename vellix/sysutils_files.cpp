@@ -34,7 +34,7 @@ int32_t OpenFile(const std::string& name, uint16_t mode) {
   if (access == 3) {
     kSysutils.Raise(kBadArgument, "file_open error: bad access mode");
   }
-  // O_EXCL without O_CREAT: a file is never made here.
+  // O_EXCL is kept for callers: on Linux it refuses a block device in use.
   const int flags = static_cast<int>(access_mode[access] | O_EXCL);
   const int handle = open(name.c_str(), flags, kPermissions);
   if (handle == -1) kSysutils.RaiseErrno(kFileFailure, "file_open error");

@@ -1,11 +1,12 @@
 // Files on integer handles: nine calls over the system's own.
 //
-// A handle is the system's file descriptor. Nothing is buffered, nothing is
-// retried, and no exception leaves these functions: a failure ends in the
-// calling thread's failure record, and the function returns its failure value.
-// Look at the value first: some successes leave an older failure in the record.
-// The messages name no path: the caller logs it. All may be called from any
-// thread, also on one handle, whose position is then shared.
+// A handle is the system's file descriptor. Nothing is buffered or retried. A
+// failure ends in the calling thread's failure record, and the function returns
+// its failure value. Look at the value first: some successes leave an older
+// failure in the record. These functions throw nothing of their own; a log
+// target's exception, std::bad_alloc and cancellation may pass. The messages
+// name no path: the caller logs it. All may be called from any thread, also on
+// one handle, whose position is then shared.
 #ifndef VELLIX_SYSUTILS_FILES_H_
 #define VELLIX_SYSUTILS_FILES_H_
 
@@ -23,7 +24,7 @@ constexpr uint16_t kCreateFile = 0xFFFF;
 
 // Creates the file `name`, or empties the one that is there, and opens it for
 // reading and writing. Permissions are 0666 less the process's umask. Returns
-// the handle, which the caller closes with file_close.
+// the handle, which the caller closes with file_close. A cancellation point.
 //
 // Failure: -1, recorded: kBadArgument "filename can't be empty", kFileFailure
 // "file_create error: errno: …". Success leaves the record as it was.
@@ -31,7 +32,7 @@ int32_t file_create(const std::string& name);
 
 // Opens the existing file `name` with the access of `mode`; a missing file is a
 // failure. With kCreateFile it is file_create. Returns the handle, which the
-// caller closes with file_close.
+// caller closes with file_close. A cancellation point.
 //
 // Failure: -1, recorded: kBadArgument "file_open error: bad access mode" for
 // low bits of 3, kFileFailure "file_open error: errno: …". Success clears the

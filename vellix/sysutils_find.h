@@ -25,17 +25,18 @@ struct find_data {
   std::string pattern;
 };
 
-// Opens the directory `path`, expanded by expand_path, and stands on its first
-// entry that StrMatch matches with `pattern`. Returns the search, never null,
-// which the caller ends with find_close. "." and ".." are skipped while they
-// are the first matches only; find_next delivers them like any other entry.
+// Opens the directory `path`, expanded by expand_path (the empty path is the
+// root), and stands on its first entry that StrMatch matches with `pattern`.
+// Returns the search, never null, which the caller ends with find_close. "."
+// and ".." are skipped only while they are the first matches; find_next
+// delivers them like any other entry.
 //
 // Failure: throws and leaves nothing open: kNullPointer "File path or pattern
 // can't not be null"; kGeneralFailure "Can't expand path" or "find_first error:
 // errno: …" (cannot be opened, or no entry matches at all); kNotFound "No file
-// can be found" (only dot entries match). An end of the directory met on the
-// way is recorded as by find_next; otherwise the thread's failure record stays
-// as it was.
+// can be found" (only dot entries match); std::bad_alloc. If it reaches the end
+// of the directory, that is recorded as find_next records it; otherwise the
+// thread's failure record stays as it was.
 find_data* find_first(const char* path, const char* pattern);
 
 // Moves on to the next entry that matches. false at the end of the directory,

@@ -13,15 +13,15 @@
 
 namespace QuorlBased {
 
-// The time-out, in milliseconds, that never runs out.
+// Wait without a time-out.
 constexpr uint32_t kWaitForever = 0xFFFFFFFF;
 
 // A recursive mutex: its holder may lock it again and unlocks it as often.
 class CXMutex {
  public:
-  // Throws kGeneralFailure with the message of errno behind
-  // "pthread_mutexattr_init: ", "pthread_mutexattr_settype: " or
-  // "pthread_mutex_init: ".
+  // Throws kGeneralFailure "pthread_mutexattr_init: : errno: …", the same with
+  // "pthread_mutexattr_settype: " or with "pthread_mutex_init: "; the number is
+  // what errno held before.
   CXMutex();
   CXMutex(const CXMutex&) = delete;
   CXMutex& operator=(const CXMutex&) = delete;
@@ -29,8 +29,8 @@ class CXMutex {
 
   // Takes the lock; true when it is held. The time-out is in milliseconds and
   // counts sleeps: `timeout` / 10 + 1 attempts, each failed one followed by a
-  // sleep of 10 milliseconds, the last and that of a `timeout` of 0 too. With
-  // kWaitForever it blocks.
+  // sleep of 10 ms, the last and that of a `timeout` of 0 too. With
+  // kWaitForever it blocks; with any other time-out it is a cancellation point.
   bool Lock(uint32_t timeout) {
     if (timeout != kWaitForever) return LockPolling(timeout);
     return pthread_mutex_lock(&mutex_) == 0;
@@ -51,11 +51,11 @@ class CXMutex {
 };
 
 // A flag that threads can wait for. With `autoReset` the thread that a Wait
-// lets through clears it, without it stays until Reset.
+// lets through clears it, otherwise the event stays set until Reset.
 class CXEvent {
  public:
-  // Throws kGeneralFailure with the message of errno behind
-  // "pthread_mutex_init: " or "pthread_cond_init: ".
+  // Throws kGeneralFailure "pthread_mutex_init: : errno: …" or
+  // "pthread_cond_init: : errno: …"; the number is what errno held before.
   CXEvent(bool autoReset, bool initialState);
   CXEvent(const CXEvent&) = delete;
   CXEvent& operator=(const CXEvent&) = delete;
@@ -67,7 +67,7 @@ class CXEvent {
   bool Wait(uint32_t timeout);
 
   // Sets the event and releases every thread that is in Wait, also with
-  // `autoReset`. Two calls count as one.
+  // `autoReset`. Calls before a Wait do not add up.
   void Set();
 
   // Clears the event; threads in Wait stay there.

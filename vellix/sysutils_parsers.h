@@ -27,9 +27,9 @@ int32_t parse_cmd_line(const std::string& commandLine,
 
 // Whether all of `text` matches all of `mask`: '*' takes any run of bytes, also
 // none, '?' takes one byte, and any other byte takes one that has the same
-// toupper in the program's current locale. Nothing escapes. A null argument
-// counts as the empty text. Allocates nothing; at worst the time grows with the
-// product of both lengths.
+// toupper in the calling thread's current locale. There is no escape character.
+// A null argument counts as the empty text. Allocates nothing; at worst the
+// time grows with the product of both lengths.
 bool StrMatch(const char* text, const char* mask);
 
 // Splits `text` at the first `separator` into what stands before it and what

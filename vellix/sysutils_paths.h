@@ -1,7 +1,8 @@
 // Paths: taken apart, put together, and looked up in the file system. A path is
 // a plain text of bytes. These functions write slashes only; those that take a
-// backslash for one say so. Any thread may call these; a relative path is taken
-// from the process's current directory.
+// backslash for one say so. A relative path is taken from the process's current
+// directory. Any thread. Where there is no memory for a text they throw
+// std::bad_alloc.
 #ifndef VELLIX_SYSUTILS_PATHS_H_
 #define VELLIX_SYSUTILS_PATHS_H_
 
@@ -17,9 +18,10 @@ namespace QuorlBased {
 //
 //   expand_path("/tmp/missing/../x/")  ->  "/tmp/x/"
 //
-// Failure: throws kGeneralFailure "Can't expand path", for a null `path` too,
-// and for a relative one when the working directory was removed. Leaves the
-// thread's failure record alone.
+// Failure: throws kGeneralFailure "Can't expand path" when a component on the
+// way is a file, may not be searched, is a loop of links or is too long; also
+// for null, and for a relative path in a working directory that was removed.
+// Leaves the thread's failure record alone.
 std::string expand_path(const char* path);
 
 // The directory of the expanded path with its closing slash: all up to the last

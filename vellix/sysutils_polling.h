@@ -1,5 +1,6 @@
 // How locks, threads and processes of the system layer wait: they look, sleep
 // 10 milliseconds and look again. A time-out counts sleeps, not clock time.
+// Internal.
 #ifndef VELLIX_SYSUTILS_POLLING_H_
 #define VELLIX_SYSUTILS_POLLING_H_
 

@@ -8,14 +8,15 @@
 //   }
 //
 // Each run has a thread of its own, the launcher, which forks and then looks
-// every 10 milliseconds whether the child has ended. Where the system has
-// descriptors of processes (Linux 5.4 and later), a run keeps one, closed on
-// exec, until the child has ended: a signal then reaches this child or nothing,
-// even when the host ignores SIGCHLD and the id was given to another process.
+// every 10 ms whether the child has ended. Where the system has descriptors of
+// processes (Linux 5.4 and later), a run keeps one, closed on exec, until the
+// child has ended: a signal then reaches this child or nothing, even when the
+// host ignores SIGCHLD and the id was given to another process.
 //
 // Run, RunBackgroundly, SetWaitWhenDestruct and the destructor belong to one
-// thread at a time, the rest may be called from any. Nothing here touches the
-// calling thread's failure record: what fails throws.
+// thread at a time, the rest may be called from any. Calls in the wrong state
+// throw; other failures show in the result. Nothing here touches the calling
+// thread's failure record.
 #ifndef VELLIX_SYSUTILS_PROCESS_H_
 #define VELLIX_SYSUTILS_PROCESS_H_
 
@@ -57,9 +58,10 @@ class CQuorlBasedProcess {
   // the system gives no thread or no process; the object is then as if it had
   // never run. An object whose child has ended can run again.
   //
-  // A suspended start looks for the stop of the child, for a second at the
-  // most. A host that collects such news itself (waitpid with WUNTRACED) makes
-  // it wait that long.
+  // A suspended start waits up to a second for the child to stop; a host that
+  // collects stop events itself (waitpid with WUNTRACED) makes Run take that
+  // second. A cancellation point: the run goes on, and the destructor deals
+  // with it.
   //
   // Throws kWrongState "The process has run already" while a child is alive.
   bool Run(bool startSuspended);
@@ -73,16 +75,16 @@ class CQuorlBasedProcess {
   int32_t GetProcesspId();
 
   // True when no child is alive any more, false when one still is after
-  // `timeout` milliseconds. Looks every 10 milliseconds and counts the sleeps
-  // between; with 0 it looks once. A stopped child is alive. Throws kWrongState
-  // "The process has not run".
+  // `timeout` milliseconds. Polls every 10 ms and counts the sleeps; with 0 it
+  // looks once. A stopped child is alive. A cancellation point. Throws
+  // kWrongState "The process has not run".
   bool Wait(uint32_t timeout);
 
-  // Stores the exit code of the last run. False, and `code` as it was, while
-  // the child is alive. 0 to 255 is what the program ended with: 254 when it
-  // could not be executed, 255 when there was no memory for its arguments.
-  // 0xFFFFFFFF for a child that a signal killed or that others collected.
-  // Throws kWrongState "The process has not run".
+  // Stores the exit code of the last run and returns true. While the child is
+  // alive, returns false and leaves `code` alone. 0 to 255 is what the program
+  // ended with: 254 when it could not be executed, 255 when there was no memory
+  // for its arguments. 0xFFFFFFFF for a child that a signal killed or that
+  // others collected. Throws kWrongState "The process has not run".
   bool GetExitCode(uint32_t& code);
 
   // Stops and continues the child with SIGSTOP and SIGCONT. 0 when the signal
@@ -91,14 +93,18 @@ class CQuorlBasedProcess {
   int32_t Suspend();
   int32_t Resume();
 
-  // Kills the child, blocks until it has ended and makes `code` its exit code.
-  // False for a child that has ended before; its exit code is then `code` all
-  // the same. False, and nothing is killed, while another thread is still in
-  // Run; the child's own exit code then replaces `code` when it ends. Throws
-  // kWrongState "The process has not run".
+  // Kills the child, blocks until it has ended, makes `code` its exit code and
+  // returns true. A cancellation point.
+  //
+  // Failure: false, and nothing is killed, for a child that has ended and been
+  // collected (up to 10 ms later); its exit code is then `code` all the same.
+  // Also until GetProcesspId returns the child's id, and when the system
+  // refuses the signal (EPERM): the child's own exit code then replaces `code`
+  // when it ends. Throws kWrongState "The process has not run".
   bool Terminate(uint32_t code);
 
-  // What the destructor does with a live child: true, as at first, waits.
+  // What the destructor does with a live child: true (the default) waits for
+  // it, false leaves it running.
   void SetWaitWhenDestruct(bool wait);
 
   // The entry and the work of the launcher thread, for RunInternal alone. The

@@ -2,9 +2,10 @@
 // searching, replacing and splitting.
 //
 // A text is bytes with a length. Positions and counts are bytes, the first byte
-// has position 0, and only the 26 ASCII letters have case. A set of characters
-// is a text of single bytes in any order; it ends at its first NUL, and a NUL
-// is in no set. A null `const char*` counts as the empty text.
+// has position 0, and only the 26 ASCII letters have case, except in the two
+// comparisons, which follow the locale. A set of characters is a text of single
+// bytes in any order; it ends at its first NUL, and a NUL is in no set. A null
+// `const char*` counts as the empty text.
 //
 // The functions keep no state, leave the calling thread's failure record as it
 // was, and may be called from any thread. Where there is no memory for a result
@@ -93,7 +94,8 @@ int32_t StrRPos(const std::string& s, uint32_t start,
 
 // `s` with every `from` replaced by `to`, from left to right in one pass: what
 // `to` brings in is not searched again. What follows the last `from` ends at
-// its first NUL. With an empty `from` a copy of `s`.
+// its first NUL; without any `from` the result is `s` up to its first NUL. With
+// an empty `from` it is all of `s`.
 std::string StrReplace(const std::string& s, const std::string& from,
                        const std::string& to);
 
@@ -107,8 +109,8 @@ std::list<std::string> StrSplit(const std::string& s, const std::string& seps);
 std::string LowerCase(const std::string& s);
 std::string UpperCase(const std::string& s);
 
-// strcasecmp and strncasecmp of POSIX: negative, 0 or positive. The second
-// looks at no more than `n` bytes.
+// strcasecmp and strncasecmp of POSIX, in the calling thread's current locale:
+// negative, 0 or positive. The second looks at no more than `n` bytes.
 int32_t strCaseInsensitiveCompare(const char* left, const char* right);
 int32_t strNCaseInsensitiveCompare(const char* left, const char* right,
                                    uint32_t n);

@@ -14,7 +14,7 @@ namespace QuorlBased {
 // record.
 class CTmpFile {
  public:
-  // A new name as CreateTempFile makes it, and fails.
+  // Gets its name from CreateTempFile and throws what that throws.
   //
   // The type of the second argument chooses the constructor: a literal there is
   // a name, so an extension must be a std::string.
@@ -32,14 +32,17 @@ class CTmpFile {
   CTmpFile(const CTmpFile&) = delete;
   CTmpFile& operator=(const CTmpFile&) = delete;
 
-  // Removes the file if it is owned. No failure of that is reported.
+  // Removes the file if it is owned; a relative name is looked up in the
+  // directory that is current then. No failure of that is reported.
   virtual ~CTmpFile();
 
   // A name that is free: `directory`, "tmpf" with 80 random bits in letters and
   // digits, and `extension` unchanged, which carries its own dot. For an empty
   // `directory` it is TMPDIR, or the platform's where that is no directory.
-  // Throws kGeneralFailure "Unexpected error" for a missing directory and when
-  // no name is free.
+  // With a relative directory the name is relative.
+  //
+  // Failure: throws kGeneralFailure "Unexpected error" for a missing directory,
+  // without random bytes, and when no name is free or can be looked up.
   static std::string CreateTempFile(const std::string& directory,
                                     const std::string& extension);
 

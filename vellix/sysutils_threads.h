@@ -12,8 +12,9 @@
 //     uint32_t ThreadBody() override { return 7; }
 //   };
 //
-// All operations but the destructor may be called from any thread. Nothing here
-// touches the calling thread's failure record.
+// All operations but the destructor and Join may be called from any thread;
+// these two never on the object's own. Nothing here touches the calling
+// thread's failure record.
 #ifndef VELLIX_SYSUTILS_THREADS_H_
 #define VELLIX_SYSUTILS_THREADS_H_
 
@@ -36,8 +37,9 @@ class CQuorlBasedThread {
   CQuorlBasedThread(const CQuorlBasedThread&) = delete;
   CQuorlBasedThread& operator=(const CQuorlBasedThread&) = delete;
 
-  // Joins the platform thread as Join does. A derived class whose body uses its
-  // members calls Join in its own destructor, before they go.
+  // Joins the platform thread as Join does. Every derived class calls Join
+  // first in its own destructor, unless Wait or GetExitCode has returned true:
+  // ThreadBody and the members are gone afterwards.
   virtual ~CQuorlBasedThread();
 
   // The work of the thread. Its result becomes the exit code. What it throws
@@ -45,20 +47,21 @@ class CQuorlBasedThread {
   // 0xFFFFFFFF, as it is when the body leaves by pthread_exit.
   virtual uint32_t ThreadBody() = 0;
 
-  // Opens the gate, at which the thread looks every 10 milliseconds. Once the
-  // body runs, Resume and Suspend only change what IsSuspended returns; a body
-  // that heeds them asks.
+  // Resume opens the gate, which the thread polls every 10 ms. Once the body
+  // runs, Resume and Suspend only change what IsSuspended returns; a body that
+  // wants to honour them polls IsSuspended.
   void Resume();
   void Suspend();
   bool IsSuspended();
 
   // True when the thread has ended, false when it has not within `timeout`
-  // milliseconds. Looks every 10 milliseconds and counts the sleeps between;
-  // with 0 it looks once. A thread at the gate does not end. A cancellation
-  // point: a destructor calls Join instead.
+  // milliseconds. Polls every 10 ms and counts the sleeps; with 0 it looks
+  // once. A thread at the gate does not end. A cancellation point: a destructor
+  // calls Join instead.
   bool Wait(uint32_t timeout);
 
-  // Stores the exit code. False, and `code` as it was, before the end.
+  // Stores the exit code and returns true. Until the thread has ended, returns
+  // false and leaves `code` alone.
   bool GetExitCode(uint32_t& code);
 
   // What the thread's failure record held when the body had ended: code 0 after
@@ -76,9 +79,9 @@ class CQuorlBasedThread {
  protected:
   // Blocks until the platform thread has gone, the destructors of its
   // thread_local objects included. A thread that has not begun its body does
-  // not begin it any more. The caller cannot be cancelled here, as it can in
-  // Wait: this is for the destructor of a derived class, on the thread that
-  // destroys the object. Does nothing when called again.
+  // not begin it any more. Not a cancellation point. For the destructor of a
+  // derived class, on the thread that destroys the object. Does nothing when
+  // called again.
   void Join();
 
  private:
