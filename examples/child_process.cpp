@@ -10,8 +10,8 @@ namespace {
 constexpr uint32_t kKilled = 9;
 constexpr uint32_t kNotStarted = 1000;
 
-// Gives the child's exit code, or kKilled when `timeout` milliseconds were not
-// enough for it.
+// Returns the child's exit code, or kKilled if it took more than `timeout`
+// milliseconds.
 uint32_t RunFor(const std::string& command_line, uint32_t timeout) {
   QuorlBased::CQuorlBasedProcess child(command_line);
   if (!child.Run(false)) return kNotStarted;

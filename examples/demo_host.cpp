@@ -70,7 +70,7 @@ int main() {
   }
   for (std::thread& worker : workers) worker.join();
 
-  std::cout << "Calls that fail, and the record of this thread after each:\n\n";
+  std::cout << "Calls that fail, and the failure record after each:\n\n";
   if (!RunModule(directory + "libvellix_demo_module.so")) return 1;
 
   std::cout << "The log in " << log_path;

@@ -1,5 +1,5 @@
 // A module of the demo's host. It links the toolkit; its failures land in the
-// record of the host's thread and in the host's log.
+// failure record of the host's thread and in the host's log.
 #include <iostream>
 #include <string>
 

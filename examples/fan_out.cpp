@@ -1,4 +1,4 @@
-// A log in two places: a stream that hands each record to two others.
+// A log in two places: a stream that hands each log record to two others.
 #include <unistd.h>
 
 #include <fstream>
@@ -15,8 +15,8 @@ using QuorlBased::IQuorlStream;
 
 constexpr char kLogFile[] = "vellix_fan_out.log";
 
-// Gives what the first target gave. The logger's lock is held during Write, so
-// the second target sees the records in the same order.
+// Returns what the first target returned. The logger's lock is held during
+// Write, so the second target sees the log records in the same order.
 class FanOut : public QuorlBased::CQuorlStreamImpl {
  public:
   FanOut(IQuorlStream& first, IQuorlStream& second)
@@ -36,7 +36,7 @@ class FanOut : public QuorlBased::CQuorlStreamImpl {
   IQuorlStream& second_;
 };
 
-// Keeps the last record, for a status page.
+// Keeps the last log record, for a status page.
 class LastRecord : public QuorlBased::CQuorlStreamImpl {
  public:
   int32_t Write(const void* buffer, uint32_t count) override {

@@ -1,5 +1,5 @@
 // A host that forks while other threads log. The child goes on logging into
-// the same file, with records of its own thread.
+// the same file, under its own thread id.
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -31,8 +31,8 @@ pid_t ForkChild() {
   return child;
 }
 
-// Whether each child's one record is there, under the child's own thread id.
-// On Linux the id of a process's first thread is that of the process.
+// Whether each child's one log record is there, under the child's own thread
+// id. On Linux the id of a process's first thread is that of the process.
 bool Check() {
   std::ifstream log(kLogFile, std::ios::binary);
   int children = 0;

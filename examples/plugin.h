@@ -5,10 +5,10 @@
 extern "C" {
 
 // Does its work on the calling thread; false when that failed, with the reason
-// in the thread's record.
+// in the thread's failure record.
 using PluginRun = bool (*)();
 
-// The code that the plug-in finds in the calling thread's record.
+// The code that the plug-in finds in the calling thread's failure record.
 using PluginSeenCode = int (*)();
 
 }  // extern "C"

@@ -1,5 +1,5 @@
 // Failures told apart by their codes. The result of a call says whether it
-// failed; only then does the thread's record say why.
+// failed; only then does the thread's failure record say why.
 #include <iostream>
 #include <string>
 
@@ -25,7 +25,7 @@ const char* Meaning(int code) {
   }
 }
 
-// Prints the record of this thread and gives its code.
+// Prints the failure record of this thread and returns its code.
 int Explain(const char* call) {
   const IQuorlException* record = GetQuorlException();
   int line = 0;
@@ -46,8 +46,8 @@ bool ReadToTheEnd() {
   char byte = 0;
   const bool at_end =
       file_read(file, &byte, 1) == -1 && Explain("file_read") == kEndOfData;
-  // A write that succeeds leaves the record as it was: a code that is not 0
-  // says nothing about it.
+  // A write that succeeds leaves the failure record as it was: a code that is
+  // not 0 says nothing about it.
   const bool written = file_write(file, "x", 1) == 1 &&
                        GetQuorlException()->GetExceptionCode() == kEndOfData;
   file_close(file);

@@ -22,14 +22,14 @@ constexpr int kThreads = 4;
 constexpr int kRecords = 10000;
 constexpr int kRotations = 10;
 
-// All that a signal handler may do: it interrupts any statement, also one
-// inside Write.
+// Set by the signal handler, which may do no more: it interrupts any statement,
+// also one inside Write.
 std::atomic<bool> sReopen{false};
 static_assert(std::atomic<bool>::is_always_lock_free);
 void OnHangup(int) { sReopen.store(true, std::memory_order_relaxed); }
 
 // Opens its file again before the first Write after the signal. The logger
-// calls Write under its lock, so nothing else is between the two.
+// calls Write under its lock, so no other write comes in between.
 class ReopeningFile : public QuorlBased::CHandleStream {
  public:
   // Throws like CHandleStream when the file cannot be opened.
@@ -47,7 +47,7 @@ class ReopeningFile : public QuorlBased::CHandleStream {
     return open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0640);
   }
 
-  // Goes on in the old file when the new one cannot be opened.
+  // Keeps the old file when the new one cannot be opened.
   void Reopen() {
     const int32_t fresh = Open(path_);
     if (fresh == -1) return;

@@ -29,15 +29,15 @@ constexpr int kCheckEvery = 50;
 
 enum class Rotation { kNone, kRename, kCopyTruncate };
 
-// O_APPEND makes each record one write at the end of the file, wherever that
-// is by then: no process overwrites another's, and none leaves a hole behind a
+// O_APPEND puts each log record at the end of the file, wherever that is by
+// then: no process overwrites another's, and none leaves a hole after a
 // truncation.
 int OpenShared(const std::string& path) {
   return open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0640);
 }
 
-// Brings `handle` to the file that has the name now. dup3 exchanges the file
-// behind the number in one step, so that a write finds the one or the other.
+// Points `handle` to the file that has the name now. dup3 exchanges the file
+// behind the number in one step, so that a write finds one or the other.
 void FollowName(const std::string& path, int handle) {
   struct stat named {};
   struct stat opened {};
@@ -46,7 +46,7 @@ void FollowName(const std::string& path, int handle) {
     return;
   }
   const int fresh = OpenShared(path);
-  if (fresh == -1) return;  // goes on in the old file
+  if (fresh == -1) return;  // keeps the old file
   dup3(fresh, handle, O_CLOEXEC);
   close(fresh);
 }
@@ -83,7 +83,7 @@ int Work(Rotation rotation, const std::string& path, int worker) {
   return 0;
 }
 
-// What this does in a script:
+// The same in a script:
 //   flock app.log sh -c 'cp app.log app.log.1 && truncate -s 0 app.log'
 void CopyAndTruncate(const std::string& path, const std::string& old) {
   const int lock = open(path.c_str(), O_RDONLY | O_CLOEXEC);
@@ -104,8 +104,8 @@ void Rotate(Rotation rotation, const std::string& path,
   }
 }
 
-// Rotates until all processes have ended; gives the number of rotations, or -1
-// when one of the processes failed.
+// Rotates until all processes have ended. Returns the number of rotations, or
+// -1 when one of the processes failed.
 int RotateUntilTheEnd(Rotation rotation, const std::string& path) {
   int rotations = 0;
   int ended = 0;

@@ -38,7 +38,7 @@ int main() {
   std::cout << "exit code " << exit_code << ", failure " << failure.GetCode()
             << " \"" << failure.GetMsg() << "\"\n";
 
-  // The worker's failure never was in this thread's record.
+  // The worker's failure never was in this thread's failure record.
   const int own_code = GetQuorlException()->GetExceptionCode();
   const bool as_expected = exit_code == 1 && own_code == 0 &&
                            failure.GetCode() == QuorlBased::kFileFailure;
