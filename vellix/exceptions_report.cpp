@@ -1,7 +1,5 @@
 #include "vellix/exceptions_report.h"
 
-#include <cxxabi.h>
-
 #include <algorithm>
 #include <cstring>
 #include <new>
@@ -33,22 +31,17 @@ class SystemMessage {
 
 }  // namespace
 
-// Forced unwinding and foreign exceptions are no current exception; the run
-// time gives each a type by which a handler tells them apart. Such a handler
-// binds a null reference, since there is no C++ object.
-__attribute__((no_sanitize("null"))) void LetUnwindingPass() {
-  if (std::current_exception()) return;
-  try {
-    throw;
-  } catch (abi::__foreign_exception&) {
-    // Forced unwinding is not caught here and continues.
-  }
+void FailureSource::Keep(const CBaseException& failure, CBaseException& kept) {
+  int line = 0;
+  const char* file = failure.GetExceptionSource(&line);
+  kept.SetException(failure.GetExceptionCode(), failure.GetExceptionMsg(), line,
+                    file);
 }
 
 void FailureSource::Set(int code, const char* msg, int line,
                         CBaseException* kept) const {
-  GetQuorlException()->SetException(code, msg, line, name_);
   if (kept) kept->SetException(code, msg, line, name_);
+  GetQuorlException()->SetException(code, msg, line, name_);
 }
 
 CBaseException FailureSource::SystemFailure(int error, int code,
@@ -64,7 +57,7 @@ CBaseException FailureSource::SystemFailure(int error, int code,
 }
 
 IQuorlException* RecordIfAny() {
-  // Free goes on without a record; everything else fails without one.
+  // Free and a close go on without a record; everything else fails without one.
   try {
     return GetQuorlException();
   } catch (const std::bad_alloc&) {

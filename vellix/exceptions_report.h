@@ -10,6 +10,7 @@
 #ifndef VELLIX_EXCEPTIONS_REPORT_H_
 #define VELLIX_EXCEPTIONS_REPORT_H_
 
+#include <cxxabi.h>
 #include <pthread.h>
 
 #include <cerrno>
@@ -21,10 +22,26 @@
 
 namespace QuorlBased {
 
-// First statement of a `catch (...)`. Rethrows the unwinding by which a thread
-// is cancelled or exits: a handler that swallows it aborts the process. Returns
-// for an exception, one of another language's run time included.
-void LetUnwindingPass();
+// A function that lets the unwinding pass by which a thread is cancelled or
+// exits: a handler that swallows it aborts the process. There is no C++ object
+// then, so the handler binds a null reference. It has a clause of its own,
+// because `catch (...)` cannot tell it from an exception of another language,
+// and to rethrow one of those would count it as uncaught for good.
+#define VELLIX_LETS_UNWINDING_PASS __attribute__((no_sanitize("null")))
+
+// Runs `body`. False when an exception leaves it, one of another language's run
+// time included; it is dropped.
+template <typename Body>
+VELLIX_LETS_UNWINDING_PASS bool Completes(Body body) {
+  try {
+    body();
+    return true;
+  } catch (abi::__forced_unwind&) {
+    throw;
+  } catch (...) {
+    return false;
+  }
+}
 
 // Keeps the calling thread from being cancelled while it lives.
 class CancellationHold {
@@ -75,25 +92,22 @@ class FailureSource {
   // Forced unwinding passes. So does what the recording throws: std::bad_alloc,
   // and what a foreign log target throws.
   template <typename Body>
-  std::invoke_result_t<Body&> Guard(std::invoke_result_t<Body&> failure,
-                                    Body body, CBaseException* kept = nullptr,
-                                    int line = __builtin_LINE()) const {
+  VELLIX_LETS_UNWINDING_PASS std::invoke_result_t<Body&> Guard(
+      std::invoke_result_t<Body&> failure, Body body,
+      CBaseException* kept = nullptr, int line = __builtin_LINE()) const {
     try {
       return body();
     } catch (CBaseException& e) {
       // The log's write may be cancelled. That unwinding would meet the write's
       // own guard while `e` is still caught, which ends the process.
       const CancellationHold hold;
-      CBaseException* failed = &e;
-      if (kept) {
-        *kept = std::move(e);
-        failed = kept;
-      }
-      GetQuorlException()->Copy(failed);
+      if (kept) Keep(e, *kept);
+      GetQuorlException()->Copy(&e);
     } catch (const std::exception& e) {
       Set(kStandardException, e.what(), line, kept);
+    } catch (abi::__forced_unwind&) {
+      throw;
     } catch (...) {
-      LetUnwindingPass();
       Set(kGeneralFailure, "Unknown exception", line, kept);
     }
     return failure;
@@ -130,6 +144,10 @@ class FailureSource {
   }
 
  private:
+  // Copies `failure` into `kept`, the code first. Not moved: the host may still
+  // hold the exception.
+  static void Keep(const CBaseException& failure, CBaseException& kept);
+
   // Records a failure without a log record.
   void Set(int code, const char* msg, int line, CBaseException* kept) const;
 

@@ -24,11 +24,7 @@ inline void PutBack(const CBaseException& failure) {
 template <typename Body>
 void EndStream(Body body) {
   const CancellationHold hold;
-  try {
-    body();
-  } catch (...) {
-    LetUnwindingPass();
-  }
+  Completes(body);
 }
 
 }  // namespace QuorlBased

@@ -90,18 +90,17 @@ void* CQuorlBasedThread::ThreadProc(void* object) {
 }
 
 uint32_t CQuorlBasedThread::RunBody() {
+  const auto body = [this] {
+    GetQuorlException();  // made while there is memory
+    return ThreadBody();
+  };
+  uint32_t exit_code = kFailedExitCode;
   // Recording the failure may fail as well, and an exception that leaves a
   // thread ends the process.
-  try {
-    const auto body = [this] {
-      GetQuorlException();  // made while there is memory
-      return ThreadBody();
-    };
-    return kSysutils.Guard(kFailedExitCode, body, &thread_exception_);
-  } catch (...) {
-    LetUnwindingPass();
-    return kFailedExitCode;
-  }
+  Completes([&] {
+    exit_code = kSysutils.Guard(kFailedExitCode, body, &thread_exception_);
+  });
+  return exit_code;
 }
 
 void CQuorlBasedThread::KeepFailure() {
