@@ -62,6 +62,7 @@ __attribute__((noinline)) IQuorlException* MakeRecord() {
 
 // Logs the failure in a thread's record.
 void WriteExceptionRecord(const IQuorlException& failure) {
+  if (!sRunning.load()) return;  // there may be no logger yet
   QuorlBased::IQuorlLogger* logger = GetQuorlLogger();
   if (!logger->IsExpLogEnabled() || !logger->GetLogStream()) return;
   unsigned int writer = 0;
