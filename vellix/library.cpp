@@ -11,7 +11,10 @@ namespace {
 
 const TLSKeyKeeper sKeyKeeper;
 
-[[maybe_unused]] const bool sWatchesForForks = QuorlBased::WatchForForks();
+void EnterForkedChild();
+
+[[maybe_unused]] const bool sWatchesForForks =
+    QuorlBased::WatchForForks(EnterForkedChild);
 
 }  // namespace
 
@@ -25,6 +28,9 @@ static CQuorlLogger& gQuorlLogger = *new (sLoggerRoom) CQuorlLogger;
 }  // namespace QuorlBased
 
 namespace {
+
+// At once, while it can be told whether the parent had threads.
+void EnterForkedChild() { QuorlBased::gQuorlLogger.EnterForkedChild(); }
 
 const struct LoggerTeardown {
   LoggerTeardown() = default;

@@ -70,7 +70,11 @@ std::unique_ptr<CFileStream> OpenLogFile(const std::string& path, bool append) {
     stream->Seek(0, SeekEnd);
     return stream;
   }
-  (new CFileStream(path, kCreateFile))->Free();
+  {
+    const CancellationHold hold;  // or a cancelled close would leak the handle
+    // Not by a stream, which leaves a handle of 0 open.
+    file_close(file_open_exp(path, kCreateFile));
+  }
   return std::make_unique<CFileStream>(path, kLogMode);
 }
 
@@ -114,7 +118,7 @@ bool CQuorlLogger::SetLogFile(const char* path, bool append) {
   if (!path) return false;
   // Whatever fails, the host continues without a log; file_open has recorded
   // why.
-  try {
+  return Completes([&] {
     GetQuorlException()->Clear();  // a failure below puts its reason there
     std::string name = path;
     std::unique_ptr<CFileStream> target = OpenLogFile(name, append);
@@ -122,11 +126,7 @@ bool CQuorlLogger::SetLogFile(const char* path, bool append) {
     log_file_.swap(name);
     log_file_stream_ = target.release();
     stream_.store(log_file_stream_, std::memory_order_release);
-    return true;
-  } catch (...) {
-    LetUnwindingPass();
-    return false;
-  }
+  });
 }
 
 const char* CQuorlLogger::GetLogFile() {
@@ -157,7 +157,9 @@ bool CQuorlLogger::IsExpLogEnabled() {
 }
 
 bool CQuorlLogger::IsLogging(unsigned int* threadId) {
-  const bool logging = logging_.load(std::memory_order_acquire);
+  // A child inherits the mark of a thread that it does not have.
+  const bool logging = logging_.load(std::memory_order_acquire) &&
+                       generation_.load() == ProcessGeneration();
   if (threadId) *threadId = logging_thread_.load(std::memory_order_relaxed);
   return logging;
 }
@@ -195,10 +197,11 @@ TimeText& CQuorlLogger::Time() {
 
 // To be called before the target is set: no other thread uses the text then.
 void CQuorlLogger::LearnOffset() {
-  const uint32_t generation = ProcessGeneration();
-  if (generation_.load() != generation) EnterProcess(generation);
+  EnterForkedChild();
   Time().LearnOffset();
 }
+
+void CQuorlLogger::EnterForkedChild() { EnterProcess(ProcessGeneration()); }
 
 // Makes the logger usable in a forked child, in which the parent's other
 // threads are gone: one of them may have held the lock. Nothing is locked in

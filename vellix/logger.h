@@ -148,6 +148,10 @@ class CQuorlLogger final : public IQuorlLogger {
   // library's teardown alone.
   void TearDown();
 
+  // Sets the logger up for the process it is in. For the library's fork handler
+  // alone; a child that no handler has run in does this as it logs.
+  void EnterForkedChild();
+
  private:
   class Entry;
 

@@ -13,6 +13,8 @@ std::atomic<uint32_t> sHandledMark{0};
 
 std::atomic<uint32_t> sLastGeneration{0};
 
+void (*sInChild)() = nullptr;
+
 }  // namespace
 
 std::atomic<uint32_t>* gProcessMark = &sHandledMark;
@@ -24,12 +26,13 @@ uint32_t NextProcessGeneration() {
   return gProcessMark->compare_exchange_strong(mark, next) ? next : mark;
 }
 
-bool WatchForForks() {
-  if (std::atomic<uint32_t>* wiped = PlatformForkMark()) {
-    gProcessMark = wiped;
-    return true;
-  }
-  return pthread_atfork(nullptr, nullptr, [] { sHandledMark.store(0); }) == 0;
+bool WatchForForks(void (*in_child)()) {
+  sInChild = in_child;
+  if (std::atomic<uint32_t>* wiped = PlatformForkMark()) gProcessMark = wiped;
+  return pthread_atfork(nullptr, nullptr, [] {
+           sHandledMark.store(0);
+           sInChild();
+         }) == 0;
 }
 
 }  // namespace QuorlBased

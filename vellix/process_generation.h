@@ -21,8 +21,9 @@ inline uint32_t ProcessGeneration() {
   return mark != 0 ? mark : NextProcessGeneration();
 }
 
-// Looks out for forks from now on. For the library's load alone.
-bool WatchForForks();
+// Starts watching for forks, and has `in_child` called in each child of fork,
+// after the fork handlers that were registered earlier. Called once, at load.
+bool WatchForForks(void (*in_child)());
 
 }  // namespace QuorlBased
 
