@@ -31,12 +31,6 @@ void DropHandlers() {
   }
 }
 
-// Whether the call just made failed because the descriptor is unusable: the
-// kernel is too old, or the host has closed all descriptors.
-bool DescriptorIsLost() {
-  return errno == EBADF || errno == EINVAL || errno == ENOSYS;
-}
-
 }  // namespace
 
 Program::Program(const std::string& command_line) {
@@ -80,11 +74,25 @@ void Program::Execute(bool suspended, bool background,
   _exit(kNotExecuted);
 }
 
-ChildHandle::ChildHandle(pid_t id)
-    : id_(id), descriptor_(PlatformOpenProcess(id)) {
+ChildHandle::ChildHandle(pid_t id) : id_(id) {
+  const CancellationHold hold;  // an object half made would leak the descriptor
+  descriptor_ = PlatformOpenProcess(id);
+  // Else the descriptor may be a stranger's.
+  if (!IsThere()) Forget();
+}
+
+// Whether the child is alive or still to be collected. If not, its id may have
+// been given away.
+bool ChildHandle::IsThere() {
   siginfo_t state = {};
-  // If this fails, the child is gone, and its id may be a stranger's by now.
-  if (Wait(&state, WEXITED | WNOWAIT | WNOHANG) != 0) Forget();
+  return Wait(&state, WEXITED | WNOWAIT | WNOHANG) == 0;
+}
+
+// Whether the call just made failed because the descriptor is unusable: the
+// kernel is too old, or the host has closed all descriptors.
+bool ChildHandle::DescriptorIsLost() {
+  if (errno == EBADF) descriptor_ = -1;  // the number may be a file of the host
+  return errno == EBADF || errno == EINVAL || errno == ENOSYS;
 }
 
 void ChildHandle::Swap(ChildHandle& other) {
@@ -101,7 +109,7 @@ void ChildHandle::Forget() {
 
 // A SIGCONT that came before the stop would be lost. Bounded, because the host
 // may have collected the stop event itself.
-void ChildHandle::AwaitStop() const {
+void ChildHandle::AwaitStop() {
   for (uint32_t slept = 0; slept < 1000; slept += kPollMilliseconds) {
     siginfo_t state = {};
     const int options = WSTOPPED | WCONTINUED | WEXITED | WNOWAIT | WNOHANG;
@@ -110,16 +118,16 @@ void ChildHandle::AwaitStop() const {
   }
 }
 
-int ChildHandle::Signal(int signal) const {
-  // An id of 0 or -1 would make kill(2) signal the whole group or every process
-  // of the user.
-  if (id_ <= 0) {
-    errno = ESRCH;
-    return -1;
-  }
+int ChildHandle::Signal(int signal) {
   if (descriptor_ != -1) {
     const int result = PlatformSignalProcess(descriptor_, signal);
     if (result == 0 || !DescriptorIsLost()) return result;
+  }
+  // An id of 0 or -1 would make kill(2) signal the whole group or every process
+  // of the user.
+  if (id_ <= 0 || !IsThere()) {
+    errno = ESRCH;
+    return -1;
   }
   return kill(id_, signal);
 }
@@ -136,7 +144,7 @@ bool ChildHandle::Collect(uint32_t* exit_code) {
 }
 
 // waitid(2) for the child: 0, or -1 with errno.
-int ChildHandle::Wait(siginfo_t* state, int options) const {
+int ChildHandle::Wait(siginfo_t* state, int options) {
   if (descriptor_ != -1) {
     const int result = PlatformWaitProcess(descriptor_, state, options);
     if (result == 0 || !DescriptorIsLost()) return result;

@@ -51,10 +51,10 @@ class ChildHandle {
 
   // Waits, for a second at the most, until the child has stopped itself or has
   // ended. Polls; a cancellation point.
-  void AwaitStop() const;
+  void AwaitStop();
 
   // Sends a signal. Returns what kill(2) returns, -1 and ESRCH without a child.
-  int Signal(int signal) const;
+  int Signal(int signal);
 
   // Collects a child that has ended and stores its exit code. Returns false
   // while it is alive.
@@ -62,7 +62,9 @@ class ChildHandle {
 
  private:
   void Forget();
-  int Wait(siginfo_t* state, int options) const;
+  bool IsThere();
+  bool DescriptorIsLost();
+  int Wait(siginfo_t* state, int options);
 
   pid_t id_ = 0;
   int descriptor_ = -1;

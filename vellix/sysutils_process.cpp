@@ -38,6 +38,7 @@ bool CQuorlBasedProcess::RunInternal(bool startSuspended, bool background) {
   JoinLauncher();
   start_suspended_ = startSuspended;
   background_ = background;
+  ++run_;
   running_.store(true, std::memory_order_relaxed);
   pid_.store(-1, std::memory_order_release);
   if (pthread_create(&launcher_, nullptr, ProcessLuanchThread, this) != 0) {
@@ -81,6 +82,7 @@ int32_t CQuorlBasedProcess::Resume() {
 bool CQuorlBasedProcess::Terminate(uint32_t code) {
   RequireRun();
   std::optional<pthread_t> launcher;
+  uint32_t run = 0;
   {
     // One lock over all: an exit status that comes in between would replace the
     // code of a child that can no longer be killed, and the next run has
@@ -88,15 +90,16 @@ bool CQuorlBasedProcess::Terminate(uint32_t code) {
     const std::lock_guard<std::mutex> lock(child_mutex_);
     exit_code_.store(code, std::memory_order_relaxed);
     if (child_->Signal(SIGKILL) != 0) return false;
+    killed_ = true;
+    run = run_.load();
     launcher = TakeLauncher();
   }
   if (launcher) {
     Join(*launcher);
   } else {
-    // Another thread that terminates has taken the join.
-    while (IsRunning()) PollPause();
+    // Another thread has taken the join, and the owner may run again.
+    while (IsRunning() && run_.load() == run) PollPause();
   }
-  exit_code_.store(code, std::memory_order_relaxed);
   return true;
 }
 
@@ -144,6 +147,7 @@ void CQuorlBasedProcess::Publish(int32_t id, ChildHandle& child) {
   {
     const std::lock_guard<std::mutex> lock(child_mutex_);
     child_->Swap(child);
+    killed_ = false;
   }
   pid_.store(id, std::memory_order_release);
 }
@@ -155,7 +159,7 @@ bool CQuorlBasedProcess::Collect() {
   const std::lock_guard<std::mutex> lock(child_mutex_);
   uint32_t exit_code = 0;
   if (!child_->Collect(&exit_code)) return false;
-  exit_code_.store(exit_code, std::memory_order_relaxed);
+  if (!killed_) exit_code_.store(exit_code, std::memory_order_relaxed);
   return true;
 }
 

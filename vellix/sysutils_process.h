@@ -133,10 +133,14 @@ class CQuorlBasedProcess {
   std::atomic<bool> running_{false};
   std::atomic<bool> unjoined_{false};
 
-  // Guards `child_`, so that no signal goes to an id that the system may have
-  // given away. Never held across a sleep.
+  // Tells a call of Terminate from which run it has killed the child.
+  std::atomic<uint32_t> run_{0};
+
+  // Guards what follows, so that no signal goes to an id that the system may
+  // have given away. Never held across a sleep.
   std::mutex child_mutex_;
   const std::unique_ptr<ChildHandle> child_;
+  bool killed_ = false;  // by Terminate, which has set the exit code
 };
 
 }  // namespace QuorlBased
