@@ -135,7 +135,10 @@ int64_t CCustomMemoryStream::Seek(int64_t offset, SeekOrigin origin) {
   });
 }
 
-bool CCustomMemoryStream::Eof() { return !memory_ || GetPosition() >= size_; }
+// The position may be beyond the end of a block that was handed in.
+bool CCustomMemoryStream::Eof() {
+  return !memory_ || position_ > size_ || GetPosition() >= size_;
+}
 
 bool CCustomMemoryStream::SaveToStream(CQuorlStreamImpl* dest) {
   return kStreams.Guard(false, [&] {
@@ -264,6 +267,7 @@ void* CMemoryStream::Realloc(int64_t& newCapacity) {
     if (newCapacity == 0) {
       free(memory_);
       memory_ = nullptr;
+      capacity_ = 0;
       return nullptr;
     }
     if (newCapacity > 0 && newCapacity != size_) {
@@ -277,7 +281,11 @@ void* CMemoryStream::Realloc(int64_t& newCapacity) {
     } else {
       keeper.Alloc(static_cast<uint64_t>(newCapacity));
     }
-    return keeper.Release();
+    // Here already: an override may refuse what it has been given.
+    memory_ = keeper.Release();
+    capacity_ = newCapacity;
+    handed_in_ = false;
+    return memory_;
   };
   return kStreams.Guard(nullptr, reallocate, &realloc_failure_);
 }

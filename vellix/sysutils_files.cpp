@@ -46,7 +46,8 @@ void CloseFile(int32_t handle) {
   if (close(handle) != 0) {
     kSysutils.RaiseErrno(kFileFailure, "file_close error");
   }
-  GetQuorlException()->Clear();
+  // Without memory for a record the handle is closed all the same.
+  if (IQuorlException* record = RecordIfAny()) record->Clear();
 }
 
 int32_t ReadSome(int32_t handle, void* buffer, uint32_t count, bool* met_end) {
