@@ -18,11 +18,9 @@ WRAP(int, usleep, (unsigned time)) {
   return __real_usleep(time);
 }
 WRAP(int, pthread_cond_wait, (pthread_cond_t * cond, pthread_mutex_t* mutex)) {
+  // The first wait of each thread wakes spuriously.
   static thread_local bool woken = false;
-  if (!woken) {
-    woken = true;
-    return 0;  // without a cause
-  }
+  if (!std::exchange(woken, true)) return 0;
   ++asleep;
   return __real_pthread_cond_wait(cond, mutex);
 }
@@ -46,8 +44,7 @@ WRAP(int, kill, (pid_t pid, int signal)) {
 
 namespace {
 
-// A reading older than the start would come out as an eternity, an empty rate
-// as a division by zero.
+// A counter read before the start was stored must give 0, not an underflow.
 TEST(Clock, TicksCountFromTheFirstCallWhicheverThreadMakesIt) {
   support::Threads(8, [](int) { EXPECT_LT(QuorlBased_GetTicks(), 30000U); });
   const uint64_t before = QuorlBased_GetTicks();
@@ -65,6 +62,7 @@ TEST(Locks, MutexIsRecursiveAndCountsItsAttempts) {
   ASSERT_TRUE(mutex.Lock(kWaitForever));
   ASSERT_TRUE(mutex.Lock(0));
   ASSERT_TRUE(mutex.Unlock());
+  constexpr int kTimedSleeps = 1 + 1 + 2 + 3 + 4;  // before the wait for Unlock
   const support::Threads other(1, [&](int) {
     for (const Timed& row : {Timed{0, 1}, {9, 1}, {10, 2}, {25, 3}, {30, 4}}) {
       sleeps = 0;
@@ -74,44 +72,61 @@ TEST(Locks, MutexIsRecursiveAndCountsItsAttempts) {
     EXPECT_TRUE(mutex.Lock(0xFFFFFFFE));
     EXPECT_TRUE(mutex.Unlock());
   });
-  while (all_sleeps <= 11) std::this_thread::yield();
+  while (all_sleeps <= kTimedSleeps) std::this_thread::yield();
   EXPECT_TRUE(mutex.Unlock());
 }
 
-TEST(Locks, EventKeepsItsState) {
-  const struct {
-    bool auto_reset, initial;
-    std::string script;  // S: Set, R: Reset, W and w: Wait is true, false
-  } rows[] = {{true, false, "wSWwSSWwSRw"}, {false, true, "WSWRwSWW"}};
-  for (const auto& row : rows) {
-    for (const uint32_t timeout : {0U, 999U, 0xFFFFFFFEU, kWaitForever}) {
-      CXEvent event(row.auto_reset, row.initial);
-      for (const char step : row.script) {
-        if (step == 'S') event.Set();
-        if (step == 'R') event.Reset();
-        if (step != 'W' && step != 'w') continue;
-        EXPECT_EQ(event.Wait(step == 'W' ? timeout : 1), step == 'W');
-      }
-    }
+constexpr uint32_t kTimeouts[] = {0, 999, 0xFFFFFFFE, kWaitForever};
+
+TEST(Locks, AnAutoResetEventReleasesOneWait) {
+  for (const uint32_t timeout : kTimeouts) {
+    CXEvent event(true, false);
+    EXPECT_FALSE(event.Wait(1));
+    event.Set();
+    event.Set();  // is not counted
+    EXPECT_TRUE(event.Wait(timeout));
+    EXPECT_FALSE(event.Wait(1));
+    event.Set();
+    event.Reset();
+    EXPECT_FALSE(event.Wait(1));
   }
 }
 
-TEST(Locks, SetReleasesAllSleepersAndCancellationOne) {
+TEST(Locks, AManualEventStaysSetUntilReset) {
+  for (const uint32_t timeout : kTimeouts) {
+    CXEvent event(false, true);
+    EXPECT_TRUE(event.Wait(timeout));
+    event.Reset();
+    EXPECT_FALSE(event.Wait(1));
+    event.Set();
+    EXPECT_TRUE(event.Wait(timeout));
+    EXPECT_TRUE(event.Wait(timeout));
+  }
+}
+
+TEST(Locks, SetReleasesAllWaiters) {
   CXEvent event(true, false);
   std::atomic<int> released{0};
-  std::vector<std::thread> threads(5);
-  for (std::thread& thread : threads) {
-    thread = std::thread([&] { released += event.Wait(kWaitForever); });
+  {
+    const support::Threads waiters(
+        4, [&](int) { released += event.Wait(kWaitForever); });
+    while (asleep < 4) std::this_thread::yield();
+    event.Reset();
+    EXPECT_EQ(released, 0);
+    event.Set();
   }
-  while (asleep < 5) std::this_thread::yield();
-  event.Reset();
-  EXPECT_EQ(released, 0);
-  pthread_cancel(threads[0].native_handle());
-  threads[0].join();
-  event.Set();
-  for (size_t i = 1; i < threads.size(); ++i) threads[i].join();
   EXPECT_EQ(released, 4);
   EXPECT_FALSE(event.Wait(0));
+}
+
+TEST(Locks, ACancelledWaitLeavesTheLockFree) {
+  CXEvent event(true, false);
+  std::thread waiter([&] { event.Wait(kWaitForever); });
+  while (asleep == 0) std::this_thread::yield();
+  pthread_cancel(waiter.native_handle());
+  waiter.join();
+  event.Set();
+  EXPECT_TRUE(event.Wait(0));
 }
 
 struct Thread : CQuorlBasedThread {
@@ -129,17 +144,23 @@ struct ThrowingStream : support::RecordingStream {
 TEST(Threads, OutcomeIsKeptWhateverWayTheBodyEnds) {
   static ThrowingStream target;
   ASSERT_TRUE(GetQuorlLogger()->SetLogStream(&target));
+  const auto plant = [] {
+    support::PlantFailure();
+    return 7U;
+  };
+  const auto raise = []() -> uint32_t { throw CBaseException(5, "", 1, ""); };
+  const auto throw_standard = []() -> uint32_t {
+    throw std::runtime_error("");
+  };
+  const auto exit_thread = []() -> uint32_t { pthread_exit(nullptr); };
   const struct {
     std::function<uint32_t()> body;
     uint32_t exit_code;
     int failure;
-  } rows[] = {
-      {[] { return support::PlantFailure(), 7U; }, 7, 1},
-      {[]() -> uint32_t { throw CBaseException(5, "", 1, ""); }, UINT32_MAX, 5},
-      {[]() -> uint32_t { throw std::runtime_error(""); }, UINT32_MAX,
-       kStandardException},
-      {[]() -> uint32_t { pthread_exit(nullptr); }, UINT32_MAX, 0},
-  };
+  } rows[] = {{plant, 7, 1},
+              {raise, UINT32_MAX, 5},
+              {throw_standard, UINT32_MAX, kStandardException},
+              {exit_thread, UINT32_MAX, 0}};
   for (const auto& row : rows) {
     Thread thread(row.body);
     uint32_t code = 1;
@@ -153,7 +174,10 @@ TEST(Threads, OutcomeIsKeptWhateverWayTheBodyEnds) {
 }
 
 TEST(Threads, WaitCountsSleepsAndDestructionEndsTheGate) {
-  Thread thread([] { return ADD_FAILURE(), 0U; });
+  Thread thread([] {
+    ADD_FAILURE();
+    return 0U;
+  });
   for (const Timed& row : {Timed{0, 0}, {1, 1}, {10, 1}, {11, 2}, {25, 3}}) {
     sleeps = 0;
     EXPECT_FALSE(thread.Wait(row.timeout));
@@ -167,7 +191,8 @@ TEST(Threads, AnOwnerThatIsCancelledWaitsForTheEnd) {
     Thread thread([&] {
       began = true;
       __real_usleep(50000);
-      return ended = true, 0U;
+      ended = true;
+      return 0U;
     });
     thread.Resume();
     while (!began) std::this_thread::yield();
@@ -177,12 +202,20 @@ TEST(Threads, AnOwnerThatIsCancelledWaitsForTheEnd) {
 }
 
 TEST(Threads, EveryThreadIsJoinedInWhateverState) {
-  for (int i = 0; i < 2000; ++i) {
-    Thread thread([] { return 7U; });
-    if (i % 2) thread.Resume();
-    if (i % 4 == 3) thread.Wait(kWaitForever);
+  const std::function<void(Thread&)> suspended = [](Thread&) {};
+  const auto running = [](Thread& thread) { thread.Resume(); };
+  const auto ended = [](Thread& thread) {
+    thread.Resume();
+    thread.Wait(kWaitForever);
+  };
+  for (const auto& reach : {suspended, {running}, {ended}}) {
+    for (int i = 0; i < 100; ++i) {
+      Thread thread([] { return 7U; });
+      reach(thread);
+    }
   }
-  EXPECT_EQ(created, joined);
+  EXPECT_EQ(created, 300);
+  EXPECT_EQ(joined, 300);
 }
 
 uint32_t ExitCode(CQuorlBasedProcess& process) {
@@ -249,6 +282,15 @@ TEST(Process, SuspendedStartBesideAHostThatCollects) {
   done = true;
 }
 
+TEST(Process, ASuspendedStartIsResumedHoweverLateItStops) {
+  CQuorlBasedProcess process("true");
+  ASSERT_TRUE(process.Run(true));
+  EXPECT_EQ(process.Resume(), 0);
+  if (process.Wait(60000)) return;
+  ADD_FAILURE() << "it stopped after Resume";
+  process.Terminate(0);
+}
+
 TEST(Process, NoHandlerOfTheHostRunsInAChild) {
   int ends[2];
   ASSERT_EQ(pipe2(ends, O_NONBLOCK), 0);
@@ -263,7 +305,7 @@ TEST(Process, NoHandlerOfTheHostRunsInAChild) {
   EXPECT_EQ(read(ends[0], &byte, 1), -1);
 }
 
-TEST(Process, TerminateKillsAndNoSignalGoesToAnIdAlone) {
+TEST(Process, TerminateKillsByDescriptor) {
   const bool by_descriptor = syscall(SYS_pidfd_open, getpid(), 0) != -1;
   CQuorlBasedProcess process("sleep 600");
   for (const bool stopped : {false, true}) {
@@ -283,19 +325,24 @@ TEST(Process, TerminateKillsAndNoSignalGoesToAnIdAlone) {
   }
 }
 
-TEST(Process, DestructorWaitsOrAbandons) {
-  for (const bool waits : {true, false}) {
-    pid_t child = 0;
-    {
-      CQuorlBasedProcess process(waits ? "sleep 0.1" : "sleep 600");
-      process.SetWaitWhenDestruct(waits);
-      ASSERT_TRUE(process.Run(false));
-      child = process.GetProcesspId();
-    }
-    EXPECT_EQ(waitpid(child, nullptr, WNOHANG), waits ? -1 : 0);
-    kill(child, waits ? 0 : SIGKILL);
-  }
-  EXPECT_EQ(created, joined);
+// The id of a child whose object is gone.
+pid_t Abandoned(const char* line, bool wait) {
+  CQuorlBasedProcess process(line);
+  process.SetWaitWhenDestruct(wait);
+  EXPECT_TRUE(process.Run(false));
+  return process.GetProcesspId();
+}
+
+TEST(Process, DestructorWaitsForTheChild) {
+  EXPECT_EQ(waitpid(Abandoned("sleep 0.1", true), nullptr, WNOHANG), -1);
+  EXPECT_EQ(joined, 1);
+}
+
+TEST(Process, DestructorLeavesTheChildRunning) {
+  const pid_t child = Abandoned("sleep 600", false);
+  EXPECT_EQ(waitpid(child, nullptr, WNOHANG), 0);
+  EXPECT_EQ(joined, 1);
+  kill(child, SIGKILL);
 }
 
 }  // namespace
