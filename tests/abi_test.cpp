@@ -25,6 +25,10 @@ struct IQuorlStream {
 
 namespace {
 
+enum RecordSlot { kGetCode, kGetMsg, kGetSource, kSet, kClear, kCopy };
+enum TargetSlot { kSetLogFile, kGetLogFile, kSetLogStream, kGetLogStream };
+enum LogSlot { kEnableLog = 4, kEnableExpLog, kIsExpEnabled, kLog, kIsLogging };
+
 // Calls the operation in slot `slot` of the object's table.
 template <typename Result, typename... Arguments>
 Result Call(void* object, int slot, Arguments... arguments) {
@@ -33,37 +37,57 @@ Result Call(void* object, int slot, Arguments... arguments) {
   return reinterpret_cast<Operation>(table[slot])(object, arguments...);
 }
 
-TEST(Abi, RecordAndLoggerBySlot) {
-  void* const library = dlopen(VELLIX_LIBRARY, RTLD_NOW | RTLD_LOCAL);
-  const auto get = [library](const char* name) {
-    return reinterpret_cast<void* (*)()>(dlsym(library, name))();
-  };
-  void* const logger = get("GetQuorlLogger");
-  void* const record = get("GetQuorlException");
+struct Abi : testing::Test {
+  void SetUp() override {
+    void* const library = dlopen(VELLIX_LIBRARY, RTLD_NOW | RTLD_LOCAL);
+    ASSERT_NE(library, nullptr) << dlerror();
+    const auto get = [library](const char* name) {
+      return reinterpret_cast<void* (*)()>(dlsym(library, name))();
+    };
+    logger = get("GetQuorlLogger");
+    record = get("GetQuorlException");
+  }
+  void* logger = nullptr;
+  void* record = nullptr;
   QuorlBased::IQuorlStream stream;
-  EXPECT_TRUE(Call<bool>(logger, 2, &stream));
-  EXPECT_EQ(Call<void*>(logger, 3), &stream);
-  Call<void>(record, 3, 7, "broken", 9, "pump.cpp");
-  EXPECT_EQ(Call<int>(record, 0), 7);
-  EXPECT_STREQ(Call<const char*>(record, 1), "broken");
+};
+
+TEST_F(Abi, RecordBySlot) {
+  Call<void>(record, kSet, 7, "broken", 9, "pump.cpp");
+  EXPECT_EQ(Call<int>(record, kGetCode), 7);
+  EXPECT_STREQ(Call<const char*>(record, kGetMsg), "broken");
   int line = 0;
-  EXPECT_STREQ(Call<const char*>(record, 2, &line), "pump.cpp");
+  EXPECT_STREQ(Call<const char*>(record, kGetSource, &line), "pump.cpp");
   EXPECT_EQ(line, 9);
-  Call<void>(logger, 5, false);
-  EXPECT_FALSE(Call<bool>(logger, 6));
-  Call<void>(record, 5, record);
-  Call<void>(logger, 5, true);
-  Call<void>(record, 5, record);
-  Call<void>(record, 4);
-  EXPECT_EQ(Call<int>(record, 0), 0);
-  Call<void>(logger, 4, false);
-  Call<void>(logger, 7, 1, "net", "unheard", "", 0U);
+  Call<void>(record, kClear);
+  EXPECT_EQ(Call<int>(record, kGetCode), 0);
+}
+
+TEST_F(Abi, LoggerBySlot) {
+  EXPECT_FALSE(Call<bool>(logger, kSetLogFile, "/nonexistent/log", true));
+  EXPECT_EQ(Call<const char*>(logger, kGetLogFile), nullptr);
+  EXPECT_TRUE(Call<bool>(logger, kSetLogStream, &stream));
+  EXPECT_EQ(Call<void*>(logger, kGetLogStream), &stream);
+  Call<void>(record, kSet, 7, "broken", 9, "pump.cpp");
+  Call<void>(record, kCopy, record);
   unsigned thread = 0;
-  EXPECT_FALSE(Call<bool>(logger, 8, &thread));
-  EXPECT_EQ(stream.log.substr(29),
+  EXPECT_FALSE(Call<bool>(logger, kIsLogging, &thread));
+  EXPECT_EQ(stream.log.substr(stream.log.find(" [TH=")),
             " [TH=" + std::to_string(thread) +
                 "] [LV=EXP  ] [FR=File: pump.cpp Line: 9] [MG=broken] "
                 "[BN=NULL]\r\n");
+}
+
+TEST_F(Abi, SwitchesBySlot) {
+  Call<bool>(logger, kSetLogStream, &stream);
+  Call<void>(logger, kEnableExpLog, false);
+  EXPECT_FALSE(Call<bool>(logger, kIsExpEnabled));
+  Call<void>(record, kCopy, record);
+  Call<void>(logger, kLog, 1, "net", "heard", "", 0U);
+  Call<void>(logger, kEnableLog, false);
+  Call<void>(logger, kLog, 1, "net", "unheard", "", 0U);
+  EXPECT_EQ(stream.log.substr(stream.log.find(" [LV=")),
+            " [LV=INFO ] [FR=net] [MG=heard] [BN=NULL]\r\n");
 }
 
 }  // namespace

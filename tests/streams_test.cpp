@@ -53,27 +53,30 @@ struct Script : CQuorlStreamImpl {
 
 TEST(CopyFrom, GoesOnUntilAllIsMovedOrAStreamStops) {
   constexpr int kPlanted = 1;  // a failing stream's own failure stays
-  const struct {
-    std::vector<int32_t> reads, writes;  // what the streams answer
-    int64_t count, result;
-    int code;
-    size_t written;
-    std::vector<uint32_t> asked;  // of the source
-  } rows[] = {
-      {{kAll}, {kAll}, 61441, 61441, 0, 61441, {61440, 1}},
-      {{3, 4, kAll}, {kAll}, 10, 10, 0, 10, {10, 7, 3}},
-      {{kAll}, {1, 2, kAll}, 10, 10, 0, 10, {10}},
-      {{99}, {99}, 10, 10, 0, 10, {10}},
-      {{3, 0}, {kAll}, 10, -1, kEndOfData, 3, {10, 7}},
-      {{kAll}, {4, 0}, 10, -1, kEndOfData, 4, {10}},
-      {{3, -1}, {kAll}, 10, -1, kPlanted, 3, {10, 7}},
-      {{kAll}, {kAll, -1}, 61441, -1, kPlanted, 61440, {61440, 1}},
-      {{kAll}, {kAll}, -1, -1, kBadArgument, 0, {}},
+  constexpr int64_t kPortion = 61440;
+  struct Copy {
+    std::vector<int32_t> reads = {kAll}, writes = {kAll};  // the answers
+    int64_t count = 10;
+    int code = 0;
+    size_t written = 10;
+    std::vector<uint32_t> asked = {10};  // of the source
+  };
+  const Copy rows[] = {
+      {.count = kPortion + 1, .written = kPortion + 1, .asked = {kPortion, 1}},
+      {.reads = {3, 4, kAll}, .asked = {10, 7, 3}},
+      {.writes = {1, 2, kAll}},
+      {.reads = {99}, .writes = {99}},
+      {.reads = {3, 0}, .code = kEndOfData, .written = 3, .asked = {10, 7}},
+      {.reads = {3, -1}, .code = kPlanted, .written = 3, .asked = {10, 7}},
+      {.writes = {4, 0}, .code = kEndOfData, .written = 4},
+      {.writes = {4, -1}, .code = kPlanted, .written = 4},
+      {.count = -1, .code = kBadArgument, .written = 0, .asked = {}},
   };
   for (const auto& row : rows) {
     Script source(row.reads), dest(row.writes);
     support::PlantFailure();
-    EXPECT_EQ(dest.CopyFrom(&source, row.count), row.result);
+    EXPECT_EQ(dest.CopyFrom(&source, row.count),
+              row.code == 0 ? row.count : -1);
     EXPECT_EQ(Recorded().code, row.code);
     EXPECT_EQ(source.asked, row.asked);
     std::string expected(row.written, 0);
@@ -96,19 +99,19 @@ struct FileStream : testing::Test {
   const std::string name = dir / "f";
 };
 
-TEST_F(FileStream, IsClosedThoughItsThreadIsToBeCancelled) {
+TEST_F(FileStream, IsClosedWhileACancellationIsPending) {
   const auto descriptors = support::OpenDescriptors();
   for (const bool by_free : {false, true}) {
     std::thread([&] {
       auto stream = std::make_unique<CFileStream>(name, kOpenRead);
       pthread_cancel(pthread_self());
-      by_free ? stream.release()->Free() : stream.reset();
+      if (by_free) stream.release()->Free();
     }).join();
   }
   EXPECT_EQ(support::OpenDescriptors(), descriptors);
 }
 
-TEST_F(FileStream, EndOfFileIsAFlagThatMovesClear) {
+TEST_F(FileStream, SeekWriteAndSetSizeClearEof) {
   CFileStream stream(name, kOpenReadWrite);
   char buffer[16];
   const std::function<void()> moves[] = {
@@ -144,7 +147,8 @@ TEST_F(FileStream, SetSizeGoesToTheStartOrSaysThatItCannotSeek) {
   EXPECT_FALSE(CHandleStream(ends[1]).SetSize(1));
   EXPECT_FAILURE(Recorded(), kFileFailure, "Stream Size less than Seek",
                  "../quorl_base_streams");
-  EXPECT_EQ(support::Log().Records().size(), 3U);  // of both seeks, too
+  // Both failed seeks are logged as well.
+  EXPECT_EQ(support::Log().Records().size(), 3U);
 }
 
 }  // namespace
