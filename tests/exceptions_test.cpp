@@ -69,7 +69,7 @@ TEST(Guard, RecordsWhatLeavesTheBodyAndLogsItsOwnFailures) {
     size_t logged;
   } rows[] = {
       {[] { kTest.Raise(42, "own"); }, 42, "own", 1},
-      {[] { errno = ENOENT, kTest.RaiseErrno(43, "p"); }, 43,
+      {[] { kTest.RaiseError(2, 43, "p"); }, 43,
        "p: errno: 2 No such file or directory", 1},
       {[] { throw std::range_error("std"); }, kStandardException, "std", 0},
       {[] { throw 7; }, kGeneralFailure, "Unknown exception", 0},
@@ -78,10 +78,14 @@ TEST(Guard, RecordsWhatLeavesTheBodyAndLogsItsOwnFailures) {
   for (const auto& row : rows) {
     const size_t before = support::Log().Records().size();
     CBaseException kept;
-    const auto body = [&] { return row.body(), 5; };
+    const auto body = [&row] {
+      row.body();
+      return 5;
+    };
     EXPECT_EQ(kTest.Guard(-1, body, &kept), -1);
     EXPECT_FAILURE(Recorded(), row.code, row.msg, "../dir/test");
     EXPECT_EQ(kept.GetCode(), row.code);
+    EXPECT_EQ(std::uncaught_exceptions(), 0);
     EXPECT_EQ(support::Log().Records().size() - before, row.logged);
   }
   support::PlantFailure();

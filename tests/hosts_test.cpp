@@ -176,6 +176,19 @@ TEST(Hosts, ForkedWithoutHandlersChildrenDoTheSame) {
 }
 #endif
 
+TEST(Hosts, AChildThatStartsAThreadFollowsTheZone) {
+  stopped_time = 1793523900;
+  support::Log();
+  const auto child = [] {
+    std::thread([] {}).join();
+    setenv("TZ", "EST5", 1);
+    Log("f", "m");
+    EXPECT_EQ(support::Field(support::Log().Records()[0], "TM"),
+              "Sun Nov  1 04:05:00 2026");
+  };
+  EXPECT_EQ(InChild(child), 0);
+}
+
 TEST(Hosts, ChangeTheEnvironmentBesideLogs) {
   // A new second would ask for TZ, and getenv beside setenv is a race.
   stopped_time = time(nullptr);

@@ -150,6 +150,16 @@ TEST_F(LogFile, CanBeSetAfterAFailure) {
   logger.GetLogStream()->Free();
 }
 
+TEST_F(LogFile, TakesOneDescriptorThoughInputIsClosed) {
+  const auto body = [this] {
+    close(STDIN_FILENO);
+    const auto before = support::OpenDescriptors();
+    EXPECT_TRUE(GetQuorlLogger()->SetLogFile((dir / "log").c_str(), true));
+    EXPECT_EQ(support::OpenDescriptors(), before + 1);
+  };
+  EXPECT_EQ(support::InChild(body), 0);
+}
+
 TEST(Target, MayFailThrowLogOrReleaseTheRecord) {
   struct Target : support::RecordingStream {
     int32_t Write(const void* buffer, uint32_t count) override {
@@ -191,6 +201,23 @@ TEST(Target, MayFailThrowLogOrReleaseTheRecord) {
     EXPECT_EQ(support::InChild(body), 0) << row.failure;
   }
 }
+
+#ifndef __SANITIZE_THREAD__  // does not know _Fork, and hangs in it
+TEST(Target, MayForkAndTheChildIsNotLogging) {
+  struct Target : support::RecordingStream {
+    int32_t Write(const void*, uint32_t) override {
+      const pid_t child = _Fork();
+      if (child == 0) _exit(GetQuorlLogger()->IsLogging(nullptr));
+      waitpid(child, &status, 0);
+      return -1;
+    }
+    int status = -1;
+  } target;
+  GetQuorlLogger()->SetLogStream(&target);
+  LogText(LogInfo, "m");
+  EXPECT_EQ(target.status, 0);
+}
+#endif
 
 TEST(Target, GetsEveryFailureBesideABusyLogger) {
   support::Log();

@@ -173,6 +173,25 @@ TEST(Threads, OutcomeIsKeptWhateverWayTheBodyEnds) {
   }
 }
 
+TEST(Threads, AnExceptionThatTheBodyKeepsStaysWhole) {
+  struct Own : CBaseException {
+    using CBaseException::CBaseException;
+    const char* GetExceptionMsg() const override {
+      return *GetMsg() ? "overridden" : "moved from";
+    }
+  };
+  std::exception_ptr kept;
+  Thread thread([&kept]() -> uint32_t {
+    kept = std::make_exception_ptr(Own(5, "msg", 1, ""));
+    std::rethrow_exception(kept);
+  });
+  thread.Resume();
+  thread.Wait(kWaitForever);
+  EXPECT_STREQ(thread.GetThreadException()->GetMsg(), "overridden");
+  const auto rethrow = [&kept] { std::rethrow_exception(kept); };
+  EXPECT_EQ(support::Thrown(rethrow).msg, "overridden");
+}
+
 TEST(Threads, WaitCountsSleepsAndDestructionEndsTheGate) {
   Thread thread([] {
     ADD_FAILURE();
@@ -331,6 +350,20 @@ pid_t Abandoned(const char* line, bool wait) {
   process.SetWaitWhenDestruct(wait);
   EXPECT_TRUE(process.Run(false));
   return process.GetProcesspId();
+}
+
+TEST(Process, TerminateOnTwoThreadsLeavesTheNextRunAlone) {
+  CQuorlBasedProcess process("sleep 600");
+  for (int round = 0; round < 20; ++round) {
+    ASSERT_TRUE(process.Run(false));
+    {
+      const support::Threads two(2, [&](int) { process.Terminate(5); });
+      EXPECT_EQ(ExitCode(process), 5U);
+      ASSERT_TRUE(process.Run(false));
+    }  // joined: neither waits for the next run
+    process.Terminate(6);
+    EXPECT_EQ(ExitCode(process), 6U);
+  }
 }
 
 TEST(Process, DestructorWaitsForTheChild) {
