@@ -93,6 +93,21 @@ TEST(Guard, RecordsWhatLeavesTheBodyAndLogsItsOwnFailures) {
   EXPECT_TRUE(support::FailurePlanted());
 }
 
+TEST(Guard, LeavesAnExceptionThatTheHostKeepsWhole) {
+  struct Own : CBaseException {
+    using CBaseException::CBaseException;
+    const char* GetExceptionMsg() const override {
+      return *GetMsg() ? "own" : "moved from";
+    }
+  };
+  const auto thrown = std::make_exception_ptr(Own(5, "msg", 1, ""));
+  const auto rethrow = [&thrown]() -> int { std::rethrow_exception(thrown); };
+  CBaseException kept;
+  kTest.Guard(0, rethrow, &kept);
+  EXPECT_STREQ(kept.GetMsg(), "own");
+  EXPECT_EQ(support::Thrown(rethrow).msg, "own");
+}
+
 TEST(Rendering, AFailureIsText) {
   GetQuorlException()->SetException(0, "", 9, "old");
   EXPECT_EQ(GetLastQuorlExpAsText(), "");

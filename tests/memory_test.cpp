@@ -152,9 +152,11 @@ TEST(MemoryStream, ASeekThatFailsSaysWhy) {
 
 // An allocation policy that may grant nothing, and then records nothing.
 struct Refusing : CMemoryStream {
-  bool refuse = false;
+  bool refuse = false, after_growth = false;
   void* Realloc(int64_t& capacity) override {
-    return refuse && capacity ? nullptr : CMemoryStream::Realloc(capacity);
+    if (!refuse || capacity == 0) return CMemoryStream::Realloc(capacity);
+    if (after_growth) CMemoryStream::Realloc(capacity);
+    return nullptr;
   }
 };
 
@@ -174,6 +176,8 @@ TEST(MemoryStream, AGrowthThatFailsChangesNothing) {
   EXPECT_EQ(Write(stream, Bytes(300)), -1);
   EXPECT_EQ(Recorded().code, kOutOfMemory);
   ExpectState(stream, 8192, 8192, 8000);
+  stream.after_growth = true;
+  EXPECT_EQ(Write(stream, Bytes(300)), -1);
   EXPECT_EQ(Content(stream), Bytes(8192));
 }
 

@@ -173,25 +173,6 @@ TEST(Threads, OutcomeIsKeptWhateverWayTheBodyEnds) {
   }
 }
 
-TEST(Threads, AnExceptionThatTheBodyKeepsStaysWhole) {
-  struct Own : CBaseException {
-    using CBaseException::CBaseException;
-    const char* GetExceptionMsg() const override {
-      return *GetMsg() ? "overridden" : "moved from";
-    }
-  };
-  std::exception_ptr kept;
-  Thread thread([&kept]() -> uint32_t {
-    kept = std::make_exception_ptr(Own(5, "msg", 1, ""));
-    std::rethrow_exception(kept);
-  });
-  thread.Resume();
-  thread.Wait(kWaitForever);
-  EXPECT_STREQ(thread.GetThreadException()->GetMsg(), "overridden");
-  const auto rethrow = [&kept] { std::rethrow_exception(kept); };
-  EXPECT_EQ(support::Thrown(rethrow).msg, "overridden");
-}
-
 TEST(Threads, WaitCountsSleepsAndDestructionEndsTheGate) {
   Thread thread([] {
     ADD_FAILURE();
