@@ -76,7 +76,7 @@ TEST(Guard, RecordsWhatLeavesTheBodyAndLogsItsOwnFailures) {
       {ThrowForeign, kGeneralFailure, "Unknown exception", 0},
   };
   for (const auto& row : rows) {
-    const size_t before = support::Log().Records().size();
+    const size_t before = support::Log().records.size();
     CBaseException kept;
     const auto body = [&row] {
       row.body();
@@ -86,7 +86,7 @@ TEST(Guard, RecordsWhatLeavesTheBodyAndLogsItsOwnFailures) {
     EXPECT_FAILURE(Recorded(), row.code, row.msg, "../dir/test");
     EXPECT_EQ(kept.GetCode(), row.code);
     EXPECT_EQ(std::uncaught_exceptions(), 0);
-    EXPECT_EQ(support::Log().Records().size() - before, row.logged);
+    EXPECT_EQ(support::Log().records.size() - before, row.logged);
   }
   support::PlantFailure();
   EXPECT_EQ(kTest.Guard(-1, [] { return 5; }), 5);

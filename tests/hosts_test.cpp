@@ -11,6 +11,7 @@
 #include "vellix/loader.h"
 
 using namespace QuorlBased;
+using support::BusyThreads;
 using support::InChild;
 using support::Threads;
 
@@ -133,15 +134,15 @@ void ExpectChildrenWork(pid_t (*fork_one)(), int handlers) {
   setenv("TZ", "<+03>-3", 1);
   EXPECT_TRUE(GetQuorlLogger()->SetLogFile((dir / "log").c_str(), false));
   log_in_handler = true;
-  std::atomic<bool> done{false};
   const int forks = Times("VELLIX_FORKS", 50);
   {
-    const Threads busy(8, [&](int t) {
-      for (int i = 0; !done; ++i) Say(t, i);
+    const BusyThreads busy(8, [](int t) {
+      static thread_local int i = 0;
+      Say(t, i++);
     });
-    const Threads clock(2, [&](int) {
-      const time_t now = time(nullptr);
-      for (tm fields{}; !done;) localtime_r(&now, &fields);
+    const BusyThreads clock(2, [now = time(nullptr)](int) {
+      tm fields;
+      localtime_r(&now, &fields);
     });
     Say(8, 0);  // the thread that forks has its id by then
     for (int i = 0; i < forks; ++i) {
@@ -156,7 +157,6 @@ void ExpectChildrenWork(pid_t (*fork_one)(), int handlers) {
       waitpid(child, &status, 0);
       EXPECT_EQ(status, 0) << i;
     }
-    done = true;
   }
   const Content log(support::ReadFile(dir / "log"));
   EXPECT_EQ(log.children, forks);
@@ -179,7 +179,7 @@ TEST(Hosts, AChildThatStartsAThreadFollowsTheZone) {
     std::thread([] {}).join();
     setenv("TZ", "EST5", 1);
     Log("f", "m");
-    EXPECT_EQ(support::Field(support::Log().Records()[0], "TM"),
+    EXPECT_EQ(support::Field(support::Log().records[0], "TM"),
               "Sun Nov  1 04:05:00 2026");
   };
   EXPECT_EQ(InChild(child), 0);
@@ -189,14 +189,10 @@ TEST(Hosts, ChangeTheEnvironmentBesideLogs) {
   // A new second would ask for TZ, and getenv beside setenv is a race.
   stopped_time = time(nullptr);
   ASSERT_TRUE(GetQuorlLogger()->SetLogFile("/dev/null", true));
-  std::atomic<bool> done{false};
-  const Threads loggers(4, [&done](int) {
-    while (!done) Log("f", "m");
-  });
+  const BusyThreads loggers(4, [](int) { Log("f", "m"); });
   for (int i = 0; i < 20000; ++i) {
     setenv(("NAME" + std::to_string(i)).c_str(), "value", 1);
   }
-  done = true;
 }
 
 TEST(Hosts, ChangeATextThatIsBeingLogged) {
@@ -257,7 +253,7 @@ TEST(Hosts, LoadUseAndUnloadTheLibrary) {
       support::RecordingStream target;
       library.Logger()->SetLogStream(&target);
       library.Exception()->Copy(library.Exception());
-      EXPECT_EQ(target.Records().size(), 1U);
+      EXPECT_EQ(target.records.size(), 1U);
       library.ReleaseException();
       if (i == 1) library.KeepLoaded();
     }

@@ -232,7 +232,7 @@ TEST(MemoryStream, SavesAndLoadsFilesAndKeepsTheirFailures) {
   EXPECT_FALSE(stream.LoadFromFile(dir / "f"));
   EXPECT_FAILURE(Recorded(), kNoData, "Soure Stream is empty",
                  "../quorl_base_streams");
-  EXPECT_EQ(support::Log().Records().size(), 1U);
+  EXPECT_EQ(support::Log().records.size(), 1U);
   Write(stream, Bytes(70000));
   EXPECT_TRUE(stream.SaveToFile(dir / "f"));  // from above position 0
   EXPECT_TRUE(loaded.LoadFromFile(dir / "f"));

@@ -148,7 +148,7 @@ TEST_F(FileStream, SetSizeGoesToTheStartOrSaysThatItCannotSeek) {
   EXPECT_FAILURE(Recorded(), kFileFailure, "Stream Size less than Seek",
                  "../quorl_base_streams");
   // Both failed seeks are logged as well.
-  EXPECT_EQ(support::Log().Records().size(), 3U);
+  EXPECT_EQ(support::Log().records.size(), 3U);
 }
 
 }  // namespace

@@ -104,29 +104,22 @@ TEST(Locks, AManualEventStaysSetUntilReset) {
   }
 }
 
-TEST(Locks, SetReleasesAllWaiters) {
+TEST(Locks, SetReleasesAllWaitersAndACancelledOneHoldsNoLock) {
   CXEvent event(true, false);
   std::atomic<int> released{0};
-  {
-    const support::Threads waiters(
-        4, [&](int) { released += event.Wait(kWaitForever); });
-    while (asleep < 4) std::this_thread::yield();
-    event.Reset();
-    EXPECT_EQ(released, 0);
-    event.Set();
+  std::vector<std::thread> threads(5);
+  for (std::thread& thread : threads) {
+    thread = std::thread([&] { released += event.Wait(kWaitForever); });
   }
+  while (asleep < 5) std::this_thread::yield();
+  event.Reset();
+  EXPECT_EQ(released, 0);
+  pthread_cancel(threads[0].native_handle());
+  threads[0].join();
+  event.Set();
+  for (size_t i = 1; i < threads.size(); ++i) threads[i].join();
   EXPECT_EQ(released, 4);
   EXPECT_FALSE(event.Wait(0));
-}
-
-TEST(Locks, ACancelledWaitLeavesTheLockFree) {
-  CXEvent event(true, false);
-  std::thread waiter([&] { event.Wait(kWaitForever); });
-  while (asleep == 0) std::this_thread::yield();
-  pthread_cancel(waiter.native_handle());
-  waiter.join();
-  event.Set();
-  EXPECT_TRUE(event.Wait(0));
 }
 
 struct Thread : CQuorlBasedThread {
@@ -202,17 +195,12 @@ TEST(Threads, AnOwnerThatIsCancelledWaitsForTheEnd) {
 }
 
 TEST(Threads, EveryThreadIsJoinedInWhateverState) {
-  const std::function<void(Thread&)> suspended = [](Thread&) {};
-  const auto running = [](Thread& thread) { thread.Resume(); };
-  const auto ended = [](Thread& thread) {
-    thread.Resume();
-    thread.Wait(kWaitForever);
-  };
-  for (const auto& reach : {suspended, {running}, {ended}}) {
-    for (int i = 0; i < 100; ++i) {
-      Thread thread([] { return 7U; });
-      reach(thread);
-    }
+  for (int i = 0; i < 100; ++i) {
+    Thread suspended([] { return 7U; }), running(suspended.body),
+        ended(suspended.body);
+    running.Resume();
+    ended.Resume();
+    ended.Wait(kWaitForever);
   }
   EXPECT_EQ(created, 300);
   EXPECT_EQ(joined, 300);
@@ -270,16 +258,13 @@ TEST(Process, FailsToStartWithoutATrace) {
 }
 
 TEST(Process, SuspendedStartBesideAHostThatCollects) {
-  std::atomic<bool> done{false};
-  const support::Threads reaper(1, [&done](int) {
-    while (!done) waitpid(-1, nullptr, WUNTRACED | WNOHANG);
-  });
+  const support::BusyThreads reaper(
+      1, [](int) { waitpid(-1, nullptr, WUNTRACED | WNOHANG); });
   CQuorlBasedProcess process("true");
   EXPECT_TRUE(process.Run(true));
   EXPECT_FALSE(process.Wait(50));
   EXPECT_EQ(process.Resume(), 0);
   EXPECT_TRUE(process.Wait(60000));
-  done = true;
 }
 
 TEST(Process, ASuspendedStartIsResumedHoweverLateItStops) {

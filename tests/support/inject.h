@@ -1,6 +1,5 @@
-// Faults at will: memory that runs out and system calls that fail, anywhere in
-// the process. For one source file of a program whose link wraps the calls
-// below, by the names that the C library has for them.
+// Memory that runs out and system calls that fail, anywhere in the process. For
+// one source file of a program whose link wraps the calls below.
 #ifndef VELLIX_TESTS_SUPPORT_INJECT_H_
 #define VELLIX_TESTS_SUPPORT_INJECT_H_
 
@@ -21,8 +20,6 @@ struct Fault {
       : call(name), error(code), nth(first), on(goes_on) {
     active = this;
   }
-  Fault(const Fault&) = delete;
-  Fault& operator=(const Fault&) = delete;
   ~Fault() { active = nullptr; }
 
   // For the calls: the error with which `name` is to fail now, or 0.

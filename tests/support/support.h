@@ -20,8 +20,7 @@
 #include "vellix/logger.h"
 #include "vellix/sysutils.h"
 
-// The head of a function that stands in for a call of the program; its link
-// wraps the call. The call itself is __real_<call>.
+// Declares __real_<call> and begins __wrap_<call>; link with -Wl,--wrap=<call>.
 #define WRAP(result, call, parameters)        \
   extern "C" result __real_##call parameters; \
   extern "C" result __wrap_##call parameters
@@ -75,25 +74,17 @@ inline std::string ErrnoMessage(const std::string& prefix, int error) {
 }
 
 // A directory of the test's own, removed with all it holds at the end.
-class TempDir {
- public:
-  TempDir() {
-    path_ = std::filesystem::temp_directory_path() / "vellix_XXXXXX";
-    EXPECT_NE(mkdtemp(path_.data()), nullptr);
-  }
+struct TempDir {
+  TempDir() { EXPECT_NE(mkdtemp(path.data()), nullptr); }
   TempDir(const TempDir&) = delete;
-  TempDir& operator=(const TempDir&) = delete;
   ~TempDir() {
     std::error_code ignored;
-    std::filesystem::remove_all(path_, ignored);
+    std::filesystem::remove_all(path, ignored);
   }
-  const std::string& Path() const { return path_; }  // without closing slash
   std::string operator/(const std::string& name) const {
-    return path_ + "/" + name;
+    return path + "/" + name;
   }
-
- private:
-  std::string path_;
+  std::string path = std::filesystem::temp_directory_path() / "vellix_XXXXXX";
 };
 
 inline std::string ReadFile(const std::string& path) {
@@ -127,40 +118,40 @@ inline int InChild(const std::function<void()>& body) {
 }
 
 // Runs `body` on `count` threads, which the destructor joins.
-class Threads {
- public:
+struct Threads {
   Threads(int count, const std::function<void(int)>& body) {
-    for (int i = 0; i < count; ++i) threads_.emplace_back(body, i);
+    for (int i = 0; i < count; ++i) threads.emplace_back(body, i);
   }
-  Threads(const Threads&) = delete;
-  Threads& operator=(const Threads&) = delete;
   ~Threads() {
-    for (std::thread& thread : threads_) thread.join();
+    for (std::thread& thread : threads) thread.join();
   }
+  std::vector<std::thread> threads;
+};
 
- private:
-  std::vector<std::thread> threads_;
+// The same again and again, until it is destroyed.
+struct BusyThreads {
+  BusyThreads(int count, const std::function<void(int)>& body)
+      : threads(count, [this, body](int i) {
+          while (!done) body(i);
+        }) {}
+  ~BusyThreads() { done = true; }
+  std::atomic<bool> done{false};
+  const Threads threads;
 };
 
 // A log target that keeps each Write. Not to be read while threads log.
-class RecordingStream : public QuorlBased::CQuorlStreamImpl {
- public:
+struct RecordingStream : QuorlBased::CQuorlStreamImpl {
   int32_t Read(void*, uint32_t) override { return -1; }
   int32_t Write(const void* buffer, uint32_t count) override {
-    records_.emplace_back(static_cast<const char*>(buffer), count);
+    records.emplace_back(static_cast<const char*>(buffer), count);
     return static_cast<int32_t>(count);
   }
   int64_t Seek(int64_t, QuorlBased::SeekOrigin) override { return 0; }
   bool Eof() override { return false; }
-
-  const std::vector<std::string>& Records() const { return records_; }
-
- private:
-  std::vector<std::string> records_;
+  std::vector<std::string> records;
 };
 
-// The process's log target, set at the first call. Records of one test only:
-// each test runs in a process of its own.
+// The process's log target, set at the first call.
 inline RecordingStream& Log() {
   static auto* const stream = new RecordingStream;
   GetQuorlLogger()->SetLogStream(stream);
