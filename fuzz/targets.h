@@ -1,6 +1,5 @@
-// What the fuzzers run, and the tests too: each target runs functions of the
-// library on what it is given, and compares with the standard library or goes
-// there and back.
+// What the fuzzers run, and the tests too: each target compares functions of the
+// library with the standard library, or goes there and back.
 #ifndef VELLIX_FUZZ_TARGETS_H_
 #define VELLIX_FUZZ_TARGETS_H_
 
@@ -18,7 +17,7 @@ namespace targets {
 using namespace QuorlBased;
 using std::string;
 
-// Ends a fuzzer, which then keeps its input.
+// Throws: the fuzzer stops and keeps the input.
 #define REQUIRE(condition) \
   ((condition) ? void() : throw std::logic_error("not so: " #condition))
 

@@ -1,6 +1,4 @@
-// Failure values, the record of each thread, raising and guarding, rendering,
-// and the scoped heap block.
-
+// Failures from the throw to their text, and the scoped heap block.
 #include <unwind.h>
 
 #include "support/support.h"
@@ -54,7 +52,7 @@ TEST(Store, EachThreadHasOneRecordUntilItReleasesIt) {
 }
 
 // What a module in another language lets out.
-[[noreturn]] void ThrowForeign() {
+[[noreturn]] int ThrowForeign() {
   static _Unwind_Exception foreign;
   foreign.exception_class = 0x524F464549474E00;
   _Unwind_RaiseException(&foreign);
@@ -63,26 +61,23 @@ TEST(Store, EachThreadHasOneRecordUntilItReleasesIt) {
 
 TEST(Guard, RecordsWhatLeavesTheBodyAndLogsItsOwnFailures) {
   const struct {
-    void (*body)();
+    int (*body)();
     int code;
     const char* msg;
     size_t logged;
   } rows[] = {
-      {[] { kTest.Raise(42, "own"); }, 42, "own", 1},
-      {[] { kTest.RaiseError(2, 43, "p"); }, 43,
+      {[]() -> int { kTest.Raise(42, "own"); }, 42, "own", 1},
+      {[]() -> int { kTest.RaiseError(2, 43, "p"); }, 43,
        "p: errno: 2 No such file or directory", 1},
-      {[] { throw std::range_error("std"); }, kStandardException, "std", 0},
-      {[] { throw 7; }, kGeneralFailure, "Unknown exception", 0},
+      {[]() -> int { throw std::range_error("std"); }, kStandardException,
+       "std", 0},
+      {[]() -> int { throw 7; }, kGeneralFailure, "Unknown exception", 0},
       {ThrowForeign, kGeneralFailure, "Unknown exception", 0},
   };
   for (const auto& row : rows) {
     const size_t before = support::Log().records.size();
     CBaseException kept;
-    const auto body = [&row] {
-      row.body();
-      return 5;
-    };
-    EXPECT_EQ(kTest.Guard(-1, body, &kept), -1);
+    EXPECT_EQ(kTest.Guard(-1, row.body, &kept), -1);
     EXPECT_FAILURE(Recorded(), row.code, row.msg, "../dir/test");
     EXPECT_EQ(kept.GetCode(), row.code);
     EXPECT_EQ(std::uncaught_exceptions(), 0);

@@ -1,5 +1,4 @@
-// Operations that fail: with errors of the system call that they rest on, and
-// without memory at each of their allocations.
+// Operations whose system call fails, or any of their allocations.
 #include <fcntl.h>
 
 #include "support/inject.h"
@@ -185,8 +184,10 @@ TEST_F(Faults, WithoutMemoryNothingIsLostAndTheNextCallWorks) {
     const auto again = [&] { EXPECT_EQ(EndOf(operation), End::kDone); };
     std::thread(again).join();
     const auto descriptors = support::OpenDescriptors();
-    for (const auto& [on, with_record] :
-         {std::pair{false, true}, {true, false}, {true, true}}) {
+    for (const auto& [on, with_record] : {std::pair{false, false},
+                                          {false, true},
+                                          {true, false},
+                                          {true, true}}) {
       for (int nth = 1, struck = 1; struck > 0; ++nth) {
         SCOPED_TRACE(Format("%s %d", operation.name, nth));
         ReleaseQuorlException();

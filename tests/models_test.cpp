@@ -1,5 +1,4 @@
-// What the fuzzers run, in every build, with inputs of few letters from a fixed
-// seed.
+// What the fuzzers run, with inputs of few letters from a fixed seed.
 #include <random>
 
 #include "fuzz/targets.h"

@@ -12,8 +12,7 @@ namespace {
 
 constexpr int32_t kAll = 0x7FFFFFFF;  // an answer: all that was asked
 
-// A stream that answers from a script: what each Read and Write returns, the
-// last answer again and again.
+// What each Read and Write returns, the last answer again and again.
 struct Script : CQuorlStreamImpl {
   explicit Script(std::vector<int32_t> given = {kAll}, int64_t end = 0)
       : answers(std::move(given)), size(end) {}
@@ -98,18 +97,6 @@ struct FileStream : testing::Test {
   const support::TempDir dir;
   const std::string name = dir / "f";
 };
-
-TEST_F(FileStream, IsClosedWhileACancellationIsPending) {
-  const auto descriptors = support::OpenDescriptors();
-  for (const bool by_free : {false, true}) {
-    std::thread([&] {
-      auto stream = std::make_unique<CFileStream>(name, kOpenRead);
-      pthread_cancel(pthread_self());
-      if (by_free) stream.release()->Free();
-    }).join();
-  }
-  EXPECT_EQ(support::OpenDescriptors(), descriptors);
-}
 
 TEST_F(FileStream, SeekWriteAndSetSizeClearEof) {
   CFileStream stream(name, kOpenReadWrite);

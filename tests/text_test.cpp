@@ -1,7 +1,4 @@
-// Text functions, codecs, parsers and number helpers, beyond what the targets
-// of fuzz/targets.h show.
-#include <regex>
-
+// Text, codecs, parsers and numbers, beyond what fuzz/targets.h shows.
 #include "support/support.h"
 
 namespace {
@@ -28,7 +25,7 @@ TEST(Strings, FormatIsCutAt255Characters) {
   EXPECT_EQ(Format("text %ls", L"\xD800"), "");  // has no bytes in any locale
 }
 
-TEST(Strings, DefaultsAndCase) {
+TEST(Strings, TrimKeepsTabsAndCaseIsAsciiOnly) {
   EXPECT_EQ(Trim("\r\n \ta\xFF\t \n"), "\ta\xFF\t");
   EXPECT_EQ(UpperCase("az`{\xE1\0q"s), "AZ`{\xE1\0q"s);
   EXPECT_EQ(strNCaseInsensitiveCompare("aBx", "AbY", 2), 0);
@@ -87,14 +84,14 @@ TEST(Parsers, NameAndValueStandAroundTheFirstSeparator) {
 }
 
 TEST(Parsers, IdentifiersAreOfVersion4AndDiffer) {
-  const std::regex shape(
-      StrReplace("x{8}-x{4}-4x{3}-[89ab]x{3}-x{12}", "x", "[0-9a-f]"));
-  string before;
+  const string shape =
+      StrReplace("xxxxxxxx-xxxx-4xxx-xxxx-xxxxxxxxxxxx", "x", "?");
   for (int i = 0; i < 40; ++i) {  // a wrong bit shows in half of them
     const string id = CreateGUIDString();
-    EXPECT_NE(id, before);
-    EXPECT_TRUE(std::regex_match(id, shape)) << id;
-    before = id;
+    EXPECT_NE(id, CreateGUIDString());
+    EXPECT_TRUE(StrMatch(id.c_str(), shape.c_str())) << id;
+    EXPECT_EQ(id.find_first_not_of("0123456789abcdef-"), id.npos);
+    EXPECT_NE(strchr("89ab", id[19]), nullptr) << id;
   }
 }
 
@@ -113,7 +110,6 @@ string Text(const rect_t& r) {
 }
 
 TEST(Numbers, PictureIsFittedIntoTheMiddle) {
-  const rect_t fractions = {-10.5F, 0.5F, 149.75F, 140.75F};
   const struct {
     rect_t target;
     uint32_t width, height;
@@ -122,8 +118,6 @@ TEST(Numbers, PictureIsFittedIntoTheMiddle) {
                "0,0,240,1080", "1680,0,1920,1080"},
               {FillRect(0, 0, 1920, 1080), 1920, 800, "0,140,1920,940",
                "0,0,1920,140", "0,940,1920,1080"},
-              {fractions, 1, 1, "0,0.5,139,140.75", "-10.5,0.5,0,140.75",
-               "139,0.5,149.75,140.75"},
               {FillRect(1, 2, 3, 4), 0, 9, "1,2,3,4", "9,9,9,9", "9,9,9,9"},
               {FillRect(1, 2, 3, 4), 9, 0, "1,2,3,4", "9,9,9,9", "9,9,9,9"}};
   for (const auto& row : rows) {

@@ -22,19 +22,15 @@ struct Fault {
   }
   ~Fault() { active = nullptr; }
 
-  // For the calls: the error with which `name` is to fail now, or 0.
-  static int Error(std::string_view name) {
-    Fault* fault = active;
-    if (!fault || fault->call != name) return 0;
-    const int count = ++fault->made;
-    if (count < fault->nth || (count > fault->nth && !fault->on)) return 0;
-    ++fault->struck;
-    return fault->error;
-  }
+  // For the calls: whether `name` is to fail now, with errno.
   static bool Fails(std::string_view name) {
-    const int code = Error(name);
-    if (code != 0) errno = code;
-    return code != 0;
+    Fault* fault = active;
+    if (!fault || fault->call != name) return false;
+    const int count = ++fault->made;
+    if (count < fault->nth || (count > fault->nth && !fault->on)) return false;
+    ++fault->struck;
+    errno = fault->error;
+    return true;
   }
 
   const std::string_view call;
@@ -72,12 +68,9 @@ WRAP_FAULT(int, stat64, -1, (const char* path, struct stat* to), (path, to))
 WRAP_FAULT(int, setenv, -1, (const char* name, const char* value, int replace),
            (name, value, replace))
 WRAP_FAULT(pid_t, fork, -1, (), ())
-// Returns its error and leaves errno alone.
-WRAP(int, pthread_mutex_init,
-     (pthread_mutex_t * mutex, const pthread_mutexattr_t* attributes)) {
-  const int error = Fault::Error("pthread_mutex_init");
-  return error ? error : __real_pthread_mutex_init(mutex, attributes);
-}
+WRAP_FAULT(int, pthread_mutex_init, EAGAIN,
+           (pthread_mutex_t * mutex, const pthread_mutexattr_t* attributes),
+           (mutex, attributes))
 WRAP(void*, malloc, (size_t size)) {
   if (Fault::Fails("malloc")) return nullptr;
   return support::Counted(__real_malloc(size));
