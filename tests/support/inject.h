@@ -12,9 +12,8 @@
 
 namespace support {
 
-// While it lives, the call of the name `call` fails with `error` when it is
-// made for the `nth` time, and with `on` each time after that. "malloc" stands
-// for every way to the heap.
+// While it lives, the `nth` call of the name `call` fails with `error`, and all
+// later ones do if `on`. "malloc" stands for every way to the heap.
 struct Fault {
   Fault(std::string_view name, int code, int first = 1, bool goes_on = false)
       : call(name), error(code), nth(first), on(goes_on) {

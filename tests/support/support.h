@@ -61,8 +61,7 @@ inline Failure Thrown(const std::function<void()>& call) {
     EXPECT_GT(seen_failure.line, 0);                                        \
   } while (false)
 
-// Puts a failure into the thread's record, without a log record, so that a test
-// sees who clears it.
+// Puts a failure into the thread's record: a test sees who clears it.
 inline void PlantFailure() {
   GetQuorlException()->SetException(1, "planted", 1, "planted");
 }
