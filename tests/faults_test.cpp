@@ -1,6 +1,4 @@
 // Operations whose system call fails, or any of their allocations.
-#include <fcntl.h>
-
 #include "support/inject.h"
 #include "vellix/res_keeper.h"
 

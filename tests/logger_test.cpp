@@ -63,9 +63,6 @@ TEST(Record, HasATextForEachFieldOnOneLine) {
   support::Log();
   EXPECT_EQ(Logged(nullptr, nullptr, nullptr, 5),
             "[LV=WARN ] [FR=NULL] [MG=NULL] [BN=NULL]\r\n");
-  EXPECT_EQ(Logged("", "", "x", 0), "[LV=WARN ] [FR=] [MG=] [BN=NULL]\r\n");
-  EXPECT_EQ(Logged("a\r\nb", "\\n]\t\x80\n", "\x0F\xA0\xFF", 3),
-            "[LV=WARN ] [FR=a\\r\\nb] [MG=\\n]\t\x80\\n] [BN=0F A0 FF ]\r\n");
   std::string data(1025, '\xA0');
   EXPECT_EQ(Logged("f", "m", data.data(), 1025),
             "[LV=WARN ] [FR=f] [MG=m] [BN=" +

@@ -1,6 +1,4 @@
 // The stream base class, and streams over handles and files.
-#include <fcntl.h>
-
 #include <numeric>
 
 #include "support/support.h"
