@@ -1,5 +1,4 @@
-// What the fuzzers run, and the tests too: each target compares functions of the
-// library with the standard library, or goes there and back.
+// Each target compares with the standard library, or goes there and back.
 #ifndef VELLIX_FUZZ_TARGETS_H_
 #define VELLIX_FUZZ_TARGETS_H_
 

@@ -1,5 +1,4 @@
-// The built library as a host sees it that has only the three names and the
-// order of the operations: nothing of vellix is included or linked here.
+// The built library by its names and slots: no vellix header, nothing linked.
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 
@@ -21,8 +20,6 @@ struct IQuorlStream {
   std::string log;
 };
 }  // namespace QuorlBased
-
-namespace {
 
 enum RecordSlot { kGetCode, kGetMsg, kGetSource, kSet, kClear, kCopy };
 enum TargetSlot { kSetLogFile, kGetLogFile, kSetLogStream, kGetLogStream };
@@ -75,5 +72,3 @@ TEST(Abi, LoggerBySlot) {
             " [TH=" + std::to_string(thread) +
                 "] [LV=INFO ] [FR=net] [MG=heard] [BN=NULL]\r\n");
 }
-
-}  // namespace

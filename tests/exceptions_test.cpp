@@ -8,8 +8,6 @@
 using namespace QuorlBased;
 using support::Recorded;
 
-namespace {
-
 constexpr FailureSource kTest("../dir/test");
 
 void ExpectFields(const IQuorlException& e, int code, const char* msg, int line,
@@ -124,5 +122,3 @@ TEST(ResKeeper, AFailureLosesNothing) {
   EXPECT_EQ(keeper.Size(), 0U);
   free(block);
 }
-
-}  // namespace

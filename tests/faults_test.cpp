@@ -5,8 +5,6 @@
 using namespace QuorlBased;
 using support::live_blocks;
 
-namespace {
-
 const support::TempDir dir;
 const std::string text(50, 'x'), words = text + "," + text, big(70000, 'b');
 const std::string file = dir / text, spare = dir / "spare";
@@ -232,5 +230,3 @@ TEST_F(Faults, ALogThatCannotBeLookedAtIsNotEmptied) {
   EXPECT_EQ(fault.struck, 1);
   EXPECT_EQ(support::ReadFile(file), big);
 }
-
-}  // namespace

@@ -31,8 +31,6 @@ WRAP(time_t, time, (time_t * now)) {
   return stopped_time ? stopped_time.load() : __real_time(now);
 }
 
-namespace {
-
 int Times(const char* name, int usual) {
   const char* asked = getenv(name);
   return asked ? atoi(asked) : usual;
@@ -60,8 +58,7 @@ Value& Shared() {
                                    MAP_SHARED | MAP_ANONYMOUS, -1, 0));
 }
 
-// Reads a log: each record whole, those of a thread in their order and without
-// a gap, the time never backwards.
+// A log: records whole, of each thread in order, the time never backwards.
 struct Content {
   explicit Content(const std::string& log) {
     std::istringstream in(log);
@@ -119,8 +116,7 @@ TEST(Hosts, KilledHaveWrittenWhatWasAcknowledged) {
 }
 
 // Beside threads that hold the logger's lock and the C library's of the zone.
-// `handlers` of each child run in the fork.
-void ExpectChildrenWork(pid_t (*fork_one)(), int handlers) {
+void ExpectChildrenWork(pid_t (*fork_one)(), int handlers_of_each) {
   const support::TempDir dir;
   setenv("TZ", "<+03>-3", 1);
   EXPECT_TRUE(GetQuorlLogger()->SetLogFile((dir / "log").c_str(), false));
@@ -152,7 +148,7 @@ void ExpectChildrenWork(pid_t (*fork_one)(), int handlers) {
   const Content log(support::ReadFile(dir / "log"));
   EXPECT_EQ(log.children, forks);
   EXPECT_EQ(log.failures, forks);
-  EXPECT_EQ(log.handlers, forks * handlers);
+  EXPECT_EQ(log.handlers, forks * handlers_of_each);
 }
 
 TEST(Hosts, ForkedChildrenLogFailAndExecute) { ExpectChildrenWork(fork, 1); }
@@ -321,5 +317,3 @@ TEST(Hosts, LogKeepsErrnoAndRecoversWhenThereIsRoomAgain) {
   EXPECT_EQ(support::Recorded().code, 0);
   EXPECT_EQ(support::Field(support::ReadFile(dir / "log"), "MG"), "m");
 }
-
-}  // namespace

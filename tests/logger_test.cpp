@@ -8,8 +8,6 @@ using namespace QuorlBased;
 using support::Field;
 using support::Recorded;
 
-namespace {
-
 constexpr FailureSource kTest("test");
 
 void LogText(LogLevel level, const char* msg) {
@@ -205,5 +203,3 @@ TEST(Target, GetsEveryFailureBesideABusyLogger) {
   }
   EXPECT_EQ(counted, 20000);
 }
-
-}  // namespace

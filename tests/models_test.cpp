@@ -4,8 +4,6 @@
 #include "fuzz/targets.h"
 #include "support/support.h"
 
-namespace {
-
 using namespace std::string_literals;
 
 class FuzzTargets : public testing::TestWithParam<targets::Target> {};
@@ -32,5 +30,3 @@ INSTANTIATE_TEST_SUITE_P(, FuzzTargets, testing::ValuesIn(targets::kAll),
                          [](const auto& target) {
                            return std::string(target.param.name);
                          });
-
-}  // namespace

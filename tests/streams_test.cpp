@@ -6,8 +6,6 @@
 using namespace QuorlBased;
 using support::Recorded;
 
-namespace {
-
 constexpr int32_t kAll = 0x7FFFFFFF;  // an answer: all that was asked
 
 // What each Read and Write returns, the last answer again and again.
@@ -135,5 +133,3 @@ TEST_F(FileStream, SetSizeGoesToTheStartOrSaysThatItCannotSeek) {
   // Both failed seeks are logged as well.
   EXPECT_EQ(support::Log().records.size(), 3U);
 }
-
-}  // namespace

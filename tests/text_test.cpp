@@ -1,8 +1,6 @@
 // Text, codecs, parsers and numbers, beyond what fuzz/targets.h shows.
 #include "support/support.h"
 
-namespace {
-
 using namespace QuorlBased;
 using std::string;
 using namespace std::string_literals;
@@ -121,5 +119,3 @@ TEST(Numbers, PictureIsFittedIntoTheMiddle) {
     EXPECT_EQ(Text(second), row.second);
   }
 }
-
-}  // namespace

@@ -42,8 +42,6 @@ WRAP(int, kill, (pid_t pid, int signal)) {
   return __real_kill(pid, signal);
 }
 
-namespace {
-
 // A counter read before the start was stored must give 0, not an underflow.
 TEST(Clock, TicksCountFromTheFirstCallWhicheverThreadMakesIt) {
   support::Threads(8, [](int) { EXPECT_LT(QuorlBased_GetTicks(), 30000U); });
@@ -125,14 +123,7 @@ struct Thread : CQuorlBasedThread {
   const std::function<uint32_t()> body;
 };
 
-// What a failure is logged to while it is being recorded.
-struct ThrowingStream : support::RecordingStream {
-  int32_t Write(const void*, uint32_t) override { throw 1; }
-};
-
 TEST(Threads, OutcomeIsKeptWhateverWayTheBodyEnds) {
-  static ThrowingStream target;
-  ASSERT_TRUE(GetQuorlLogger()->SetLogStream(&target));
   const auto plant = [] {
     support::PlantFailure();
     return 7U;
@@ -334,5 +325,3 @@ TEST(Process, DestructorLeavesTheChildRunning) {
   EXPECT_EQ(joined, 1);
   kill(child, SIGKILL);
 }
-
-}  // namespace

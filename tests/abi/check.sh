@@ -1,6 +1,5 @@
 #!/usr/bin/env bash
-# check.sh <step> <argument>...: one check of the built library, or of the
-# headers and sources.
+# check.sh <step> <argument>...: one check of library, headers or sources.
 set -euo pipefail
 cd "$(dirname "$0")/../.."
 recorded=tests/abi/vellix.abi
@@ -22,8 +21,7 @@ release() {
   ! grep -E 'RPATH|RUNPATH|TEXTREL|NOOPEN|UNIQUE' <<<"$facts"
 }
 
-# headers <compiler>...: each public header compiles alone, and includes none
-# that is not installed.
+# headers <compiler>...: each compiles alone, and includes installed ones.
 headers() {
   local public compiler standard
   public=$(grep -oE '^    [a-z_]+\.h' CMakeLists.txt | sed 's|^ *|vellix/|')

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # check.sh <step> <directory of the Release build> <version> <compiler>...:
-# users are built as strangers against what they would get.
+# builds users of the library against what is installed.
 set -euxo pipefail
 source=$PWD step=$1 library=$2 version=$3
 shift 3

@@ -1,5 +1,4 @@
-// Memory that runs out and system calls that fail, anywhere in the process. For
-// one source file of a program whose link wraps the calls below.
+// Memory that runs out and system calls that fail; link with -Wl,--wrap.
 #ifndef VELLIX_TESTS_SUPPORT_INJECT_H_
 #define VELLIX_TESTS_SUPPORT_INJECT_H_
 

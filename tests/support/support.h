@@ -101,8 +101,7 @@ inline auto OpenDescriptors() {
   return std::distance(begin(open), end(open));
 }
 
-// Runs `body` in a process of its own and returns how that ended: 0 when it has
-// neither failed an expectation nor died. One that hangs is killed.
+// How a child that runs `body` ends: 0 if well. One that hangs is killed.
 inline int InChild(const std::function<void()>& body) {
   fflush(nullptr);
   const pid_t child = fork();
