@@ -55,7 +55,6 @@ TEST(Parsers, CommandLineIsTakenApart) {
               {R"(a\"b \\ \c\)", {R"(a"b)", R"(\)", R"(\c)"}},
               {R"(a"b" c)", {R"(a"b")", "c"}},
               {R"("a"b" "" c)", {R"(a"b)", "", "c"}},
-              {R"("a b)", {"a b"}},
               {R"("\"" x)", {R"(")", "x"}}};
   for (const auto& row : rows) {
     std::list<string> arguments = {row.line};  // what is read is replaced, too
