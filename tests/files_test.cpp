@@ -263,6 +263,15 @@ TEST(Temp, ANameIsFreeAndInTheDirectoryAskedFor) {
   refused("");
 }
 
+TEST(Temp, NamesAreDrawnFrom32Characters) {
+  std::set<char> drawn;
+  for (int i = 0; i < 50; ++i) {
+    const std::string name = CTmpFile::CreateTempFile("/tmp", "").substr(9);
+    drawn.insert(name.begin(), name.end());
+  }
+  EXPECT_EQ(drawn.size(), 32U);
+}
+
 TEST(Temp, AGivenNameLiesInTheTempDirectory) {
   setenv("TMPDIR", "/nonexistent", 1);
   EXPECT_EQ(CTmpFile("dat", "r").GetFilePathName(), "/tmp/r");

@@ -16,6 +16,7 @@ using support::Threads;
 
 static IQuorlLogger* early_logger = nullptr;
 static bool log_in_handler = false;
+static bool release_in_teardown = false;
 static std::atomic<time_t> stopped_time{0};
 
 // Runs before the initialisers of the library, and so does its fork handler.
@@ -27,6 +28,17 @@ __attribute__((constructor(101))) static void BeTheFirst() {
   });
 }
 
+WRAP(int, pthread_key_delete, (pthread_key_t key)) {
+  if (!release_in_teardown) return __real_pthread_key_delete(key);
+  ReleaseQuorlException();
+  if (pthread_getspecific(key)) _exit(1);  // would be destroyed once more
+  __real_pthread_key_delete(key);
+  pthread_key_create(&key, nullptr);  // the next library gets the same one
+  pthread_setspecific(key, &key);
+  GetQuorlException();
+  ReleaseQuorlException();
+  _exit(pthread_getspecific(key) ? 0 : 2);
+}
 WRAP(time_t, time, (time_t * now)) {
   return stopped_time ? stopped_time.load() : __real_time(now);
 }
@@ -249,6 +261,15 @@ void LogLate() {
   host_library->Exception()->Copy(host_library->Exception());
   if (host_library->Exception()->GetExceptionCode() != 1) _exit(7);
   host_library->ReleaseException();
+}
+
+TEST(Hosts, ReleaseARecordDuringTheTeardown) {
+  const auto end = [] {
+    GetQuorlException();
+    release_in_teardown = true;
+    exit(3);
+  };
+  EXPECT_EQ(InChild(end), 0);
 }
 
 TEST(Hosts, EndWhileThreadsLogAndFail) {

@@ -118,6 +118,15 @@ TEST_F(FileStream, SeekWriteAndSetSizeClearEof) {
   EXPECT_FALSE(unreadable.Eof());
 }
 
+TEST_F(FileStream, IsClosedWhileACancellationIsPending) {
+  const auto descriptors = support::OpenDescriptors();
+  std::thread([this] {
+    const CFileStream stream(name, kOpenRead);
+    pthread_cancel(pthread_self());
+  }).join();
+  EXPECT_EQ(support::OpenDescriptors(), descriptors);
+}
+
 TEST_F(FileStream, SetSizeGoesToTheStartOrSaysThatItCannotSeek) {
   CFileStream stream(name, kOpenReadWrite);
   stream.SetPosition(7);
