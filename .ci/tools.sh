@@ -48,7 +48,8 @@ need_test_tools() {
   need_build_tools
   need clang++=clang abidiff=abigail-tools pkg-config readelf=binutils \
     dpkg-shlibdeps=dpkg-dev file python3 lnav \
-    lognormalizer=liblognorm-utils doxygen
+    lognormalizer=liblognorm-utils doxygen \
+    /usr/include/sqlite3.h=libsqlite3-dev
 }
 
 # need_bench_tools: what the benchmarks call. Peers are measured if they are

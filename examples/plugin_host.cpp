@@ -1,5 +1,5 @@
-// A host with two plug-ins. All three write to one log and, on one thread, see
-// one failure record.
+// A host with three plug-ins, one of them in C. All write to one log and, on
+// one thread, see one failure record.
 #include <iostream>
 #include <string>
 #include <thread>
@@ -12,8 +12,8 @@
 namespace {
 
 struct Plugin {
-  PluginRun run = nullptr;
-  PluginSeenCode seen_code = nullptr;
+  decltype(&plugin_run) run = nullptr;
+  decltype(&plugin_seen_code) seen_code = nullptr;
 };
 
 bool Load(const std::string& name, Plugin& plugin) {
@@ -26,8 +26,9 @@ bool Load(const std::string& name, Plugin& plugin) {
                           nullptr, 0);
     return false;
   }
-  plugin.run = reinterpret_cast<PluginRun>(get_proc_addr(module, "plugin_run"));
-  plugin.seen_code = reinterpret_cast<PluginSeenCode>(
+  plugin.run = reinterpret_cast<decltype(plugin.run)>(
+      get_proc_addr(module, "plugin_run"));
+  plugin.seen_code = reinterpret_cast<decltype(plugin.seen_code)>(
       get_proc_addr(module, "plugin_seen_code"));
   return plugin.run && plugin.seen_code;
 }
@@ -40,7 +41,8 @@ int main() {
   GetQuorlLogger()->SetLogStream(target);
   Plugin net;
   Plugin disk;
-  if (!Load("net", net) || !Load("disk", disk)) return 1;
+  Plugin pump;
+  if (!Load("net", net) || !Load("disk", disk) || !Load("pump", pump)) return 1;
 
   // `net` finds no configuration. The host and `disk` read why.
   const bool failed = !net.run();
@@ -50,9 +52,13 @@ int main() {
   int other_thread_sees = -1;
   std::thread([&] { other_thread_sees = disk.seen_code(); }).join();
 
+  // `pump`, in C, reads what `net` left there, and records its own failure.
+  const bool c_sees_it = pump.seen_code() == host_sees;
+  const bool c_failed = !pump.run() && disk.seen_code() == QuorlBased::kNoData;
+
   std::cout << "the host sees " << host_sees << ", the other plug-in "
             << disk_sees << ", another thread " << other_thread_sees << "\n";
   const bool one_record = host_sees == QuorlBased::kFileFailure &&
                           disk_sees == host_sees && other_thread_sees == 0;
-  return failed && one_record ? 0 : 1;
+  return failed && one_record && c_sees_it && c_failed ? 0 : 1;
 }
