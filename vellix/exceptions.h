@@ -15,6 +15,8 @@
 #include <cstdint>
 #include <string>
 
+#include "vellix/visibility.h"
+
 // A failure as every module of the process sees it. The order of the
 // operations is part of the binary interface. There is no destructor: do not
 // delete an object through this type.
@@ -53,7 +55,7 @@ class IQuorlException {
 class CBaseException : public IQuorlException {
  public:
   // Code 0, empty texts, line 0.
-  CBaseException() = default;
+  VELLIX_HIDDEN CBaseException() = default;
 
   // A null `msg` or `file` becomes an empty text. May throw std::bad_alloc.
   CBaseException(int code, const char* msg, int line, const char* file);
@@ -62,14 +64,16 @@ class CBaseException : public IQuorlException {
   // not be null and is not referred to afterwards. May throw std::bad_alloc.
   explicit CBaseException(IQuorlException* src);
 
-  CBaseException(const CBaseException&) = default;
-  CBaseException(CBaseException&&) = default;
-  CBaseException& operator=(const CBaseException&) = default;
-  CBaseException& operator=(CBaseException&&) = default;
-  ~CBaseException() = default;
+  VELLIX_HIDDEN CBaseException(const CBaseException&) = default;
+  VELLIX_HIDDEN CBaseException(CBaseException&&) = default;
+  VELLIX_HIDDEN CBaseException& operator=(const CBaseException&) = default;
+  VELLIX_HIDDEN CBaseException& operator=(CBaseException&&) = default;
+  VELLIX_HIDDEN ~CBaseException() = default;
 
-  int GetExceptionCode() const override { return GetCode(); }
-  const char* GetExceptionMsg() const override { return GetMsg(); }
+  VELLIX_HIDDEN int GetExceptionCode() const override { return GetCode(); }
+  VELLIX_HIDDEN const char* GetExceptionMsg() const override {
+    return GetMsg();
+  }
   const char* GetExceptionSource(int* line) const override;
   void SetException(int code, const char* msg, int line,
                     const char* file) override;
@@ -79,8 +83,8 @@ class CBaseException : public IQuorlException {
   void Copy(IQuorlException* src) override;
 
   // The failure code and the message, without a virtual call.
-  int GetCode() const { return code_; }
-  const char* GetMsg() const { return message_.c_str(); }
+  VELLIX_HIDDEN int GetCode() const { return code_; }
+  VELLIX_HIDDEN const char* GetMsg() const { return message_.c_str(); }
 
  private:
   int32_t code_ = 0;

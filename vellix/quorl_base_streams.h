@@ -19,6 +19,7 @@
 #include <string>
 
 #include "vellix/exceptions.h"
+#include "vellix/visibility.h"
 
 namespace QuorlBased {
 
@@ -66,7 +67,7 @@ class IQuorlStream {
 // stream supplies.
 class CQuorlStreamImpl : public IQuorlStream {
  public:
-  CQuorlStreamImpl() = default;
+  VELLIX_HIDDEN CQuorlStreamImpl() = default;
   CQuorlStreamImpl(const CQuorlStreamImpl&) = delete;
   CQuorlStreamImpl& operator=(const CQuorlStreamImpl&) = delete;
 
@@ -167,10 +168,10 @@ int32_t file_open_exp(const std::string& path, const uint16_t& mode);
 // quorl_memory_streams.cpp, as CMemoryStream.
 class CCustomMemoryStream : public CQuorlStreamImpl {
  public:
-  CCustomMemoryStream() = default;
+  VELLIX_HIDDEN CCustomMemoryStream() = default;
 
   // The block; null when there is none. Valid until the next change of size.
-  void* GetMemory() const { return memory_; }
+  VELLIX_HIDDEN void* GetMemory() const { return memory_; }
 
   // Hands the stream `block`, which must come from malloc or realloc and hold
   // `size` bytes. The block that was there is not freed, the position stays:
@@ -224,9 +225,9 @@ class CCustomMemoryStream : public CQuorlStreamImpl {
 // growth adds is not initialised.
 class CMemoryStream : public CCustomMemoryStream {
  public:
-  CMemoryStream() = default;
+  VELLIX_HIDDEN CMemoryStream() = default;
 
-  int64_t GetCapacity() const { return capacity_; }
+  VELLIX_HIDDEN int64_t GetCapacity() const { return capacity_; }
 
   // Brings the block to `newCapacity` bytes as Realloc rounds them; must not go
   // below the size. When Realloc returns null: throws its failure, which is

@@ -5,13 +5,15 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "vellix/visibility.h"
+
 namespace QuorlBased {
 
 // Frees its block on every way out of the scope, unless Release handed it to
 // the caller. For one thread at a time.
 class ResKeeper {
  public:
-  ResKeeper() = default;
+  VELLIX_HIDDEN ResKeeper() = default;
   ResKeeper(const ResKeeper&) = delete;
   ResKeeper& operator=(const ResKeeper&) = delete;
   ~ResKeeper();
@@ -35,10 +37,10 @@ class ResKeeper {
   // Hands the block to the caller, who frees it; null if there is none.
   void* Release();
 
-  void* Get() const { return ptr_; }
+  VELLIX_HIDDEN void* Get() const { return ptr_; }
 
   // Bytes of the block as last allocated by the keeper, 0 after a failure.
-  size_t Size() const { return size_; }
+  VELLIX_HIDDEN size_t Size() const { return size_; }
 
  private:
   void* ptr_ = nullptr;

@@ -11,6 +11,8 @@
 
 #include <cstdint>
 
+#include "vellix/visibility.h"
+
 namespace QuorlBased {
 
 // Wait without a time-out.
@@ -31,17 +33,17 @@ class CXMutex {
   // counts sleeps: `timeout` / 10 + 1 attempts, each failed one followed by a
   // sleep of 10 ms, the last and that of a `timeout` of 0 too. With
   // kWaitForever it blocks; with any other time-out it is a cancellation point.
-  bool Lock(uint32_t timeout) {
+  VELLIX_HIDDEN bool Lock(uint32_t timeout) {
     if (timeout != kWaitForever) return LockPolling(timeout);
     return pthread_mutex_lock(&mutex_) == 0;
   }
 
   // Releases one level. False when the calling thread does not hold the lock.
-  bool Unlock() { return pthread_mutex_unlock(&mutex_) == 0; }
+  VELLIX_HIDDEN bool Unlock() { return pthread_mutex_unlock(&mutex_) == 0; }
 
   // For std::lock_guard: Lock(kWaitForever) and Unlock.
-  void lock() { Lock(kWaitForever); }
-  void unlock() { Unlock(); }
+  VELLIX_HIDDEN void lock() { Lock(kWaitForever); }
+  VELLIX_HIDDEN void unlock() { Unlock(); }
 
  private:
   bool LockPolling(uint32_t timeout);

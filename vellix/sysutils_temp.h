@@ -7,6 +7,8 @@
 
 #include <string>
 
+#include "vellix/visibility.h"
+
 namespace QuorlBased {
 
 // A file name for temporary use. The destructor removes the file of that name
@@ -47,10 +49,12 @@ class CTmpFile {
                                     const std::string& extension);
 
   // Valid as long as the object.
-  const std::string& GetFilePathName() const { return file_path_name_; }
+  VELLIX_HIDDEN const std::string& GetFilePathName() const {
+    return file_path_name_;
+  }
 
   // Whether the destructor removes the file; it does not unless told to.
-  void SetOwned(bool owned) { owned_ = owned; }
+  VELLIX_HIDDEN void SetOwned(bool owned) { owned_ = owned; }
 
  private:
   std::string file_path_name_;
