@@ -182,6 +182,14 @@ std::string vformat(std::string fmt, va_list args) {
   return {buffer, std::min(static_cast<size_t>(length), sizeof(buffer) - 1)};
 }
 
+std::string Format(const char* fmt, ...) {
+  va_list args;
+  va_start(args, fmt);
+  std::string text = vformat(TextOrEmpty(fmt), args);
+  va_end(args);
+  return text;
+}
+
 std::string detail::FormatArguments(const char* fmt, ...) {
   va_list args;
   va_start(args, fmt);

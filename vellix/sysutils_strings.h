@@ -19,11 +19,13 @@
 #include <string>
 #include <type_traits>
 
+#include "vellix/visibility.h"
+
 namespace QuorlBased {
 
 namespace detail {
 
-// What Format and vformat have in common with printf; callers use those.
+// What Format and vformat have in common; callers use those.
 std::string FormatArguments(const char* fmt, ...);
 
 }  // namespace detail
@@ -41,15 +43,22 @@ int32_t StrToInt(const std::string& s);
 int32_t ascii_to_integer(const char* s);
 
 // printf into at most 255 characters; a longer text is cut. The empty text when
-// the platform cannot format. As with printf, `args` must fit `fmt`; what is no
-// number and no pointer does not compile.
+// the platform cannot format. As with printf, `args` must fit `fmt`: the
+// compiler checks it (-Wformat) where `fmt` is a literal.
 //
 //   Format("%s:%d", file.c_str(), line)  // "conn.cpp:42"
-template <typename... Args>
-std::string Format(std::string fmt, Args... args) {
+__attribute__((format(printf, 1, 2))) std::string Format(const char* fmt, ...);
+
+// The same with a format that is put together at run time. What is no number
+// and no pointer does not compile.
+template <typename Text, typename... Args,
+          typename = std::enable_if_t<
+              std::is_convertible_v<const Text&, std::string> &&
+              !std::is_convertible_v<const Text&, const char*>>>
+VELLIX_HIDDEN std::string Format(const Text& fmt, Args... args) {
   static_assert((std::is_scalar_v<Args> && ...),
                 "pass numbers and pointers: a text goes in as its c_str()");
-  return detail::FormatArguments(fmt.c_str(), args...);
+  return detail::FormatArguments(std::string(fmt).c_str(), args...);
 }
 
 // Format for an argument list; what `args` holds afterwards is as after
