@@ -6,10 +6,13 @@
 
 #include "plugin.h"
 #include "vellix/exceptions.h"
+#include "vellix/log.h"
 #include "vellix/logger.h"
 #include "vellix/sysutils.h"
 
 namespace {
+
+const vellix::Log kLog("host");
 
 struct Plugin {
   decltype(&plugin_run) run = nullptr;
@@ -22,8 +25,7 @@ bool Load(const std::string& name, Plugin& plugin) {
                            "libvellix_plugin_" + name + ".so";
   void* module = load_dll(path.c_str());
   if (!module) {
-    GetQuorlLogger()->Log(LogError, "host", ("cannot load " + path).c_str(),
-                          nullptr, 0);
+    kLog.Error("cannot load " + path);
     return false;
   }
   plugin.run = reinterpret_cast<decltype(plugin.run)>(
@@ -43,6 +45,8 @@ int main() {
   Plugin disk;
   Plugin pump;
   if (!Load("net", net) || !Load("disk", disk) || !Load("pump", pump)) return 1;
+
+  kLog.Info("plug-ins are loaded");
 
   // `net` finds no configuration. The host and `disk` read why.
   const bool failed = !net.run();

@@ -1,14 +1,16 @@
-// A thin C++ wrapper of the logger for modules that link the library.
+// A thin C++ wrapper of the logger.
 //
 //   const vellix::Log kLog("net");
 //   kLog.Info("listening");
+//   kLog.Info("{} of {} slots in use", used, all);
 //   kLog.Warnf("%d of %d slots in use", used, all);
 //   kLog.Error("bad packet", {packet.data(), packet.size()});
 //   kLog.Debug() << "took " << elapsed << " ms";
 //
-// Header-only, over the interface alone. A message below the threshold costs
-// one load and a branch; any other is formatted before the logger's lock is
-// taken. Any thread.
+// Header-only, over the interface alone; modules with different versions of it
+// share a process. A message below the threshold costs one load and a branch
+// (clang: the printf form adds a call); any other is formatted before the
+// logger's lock is taken. Any thread.
 #ifndef VELLIX_LOG_H_
 #define VELLIX_LOG_H_
 
@@ -18,46 +20,42 @@
 #include <cstddef>
 #include <cstdio>
 #include <exception>
+#include <locale>
 #include <memory>
 #include <sstream>
 #include <string>
-#include <string_view>
-#include <type_traits>
 #include <utility>
 
+#include "vellix/log_forms.h"
 #include "vellix/logger.h"
+#include "vellix/visibility.h"
 
-namespace vellix {
+// The threshold is tested where the call stands: g++ passes the arguments on
+// from a function that it has inlined. clang cannot and calls a function, which
+// tests it first.
+#if __has_builtin(__builtin_va_arg_pack)
+#define VELLIX_PRINTF(text, first) \
+  __attribute__((always_inline, gnu_inline, format(printf, text, first)))
+#define VELLIX_WRITE_PRINTF(level, format) \
+  if (IsOn(level)) WriteFormatted(level, format, __builtin_va_arg_pack())
+#else
+#define VELLIX_PRINTF(text, first) \
+  __attribute__((noinline, format(printf, text, first)))
+#define VELLIX_WRITE_PRINTF(level, format) \
+  if (!IsOn(level)) return;                \
+  va_list args;                            \
+  va_start(args, format);                  \
+  WriteArguments(level, format, args);     \
+  va_end(args)
+#endif
 
-// A block of bytes; at most 1024 are dumped.
-struct Bytes {
-  const void* data = nullptr;
-  size_t size = 0;
-};
-
-// A message in any of the usual forms, for the length of a call.
-class Text {
- public:
-  Text(const char* text) : text_(text) {}                 // NOLINT: implicit
-  Text(const std::string& text) : text_(text.c_str()) {}  // NOLINT: implicit
-  Text(std::string_view text)                             // NOLINT: implicit
-      : text_(text.data()), size_(text.size()) {}
-
- private:
-  friend class Log;
-
-  // Marks a NUL-terminated text.
-  static constexpr size_t kTerminated = ~size_t{0};
-
-  const char* text_;
-  size_t size_ = kTerminated;
-};
+namespace VELLIX_HIDDEN vellix {
 
 class Log;
 
 // The result of Log::Debug() and its siblings: collects what is streamed into
-// it and writes the log record when the statement ends. Throws what
-// IQuorlLogger::Log throws.
+// it, in the classic locale, and writes the log record when the statement
+// ends. Throws what IQuorlLogger::Log throws.
 class LogLine {
  public:
   LogLine(const LogLine&) = delete;
@@ -66,7 +64,12 @@ class LogLine {
 
   template <typename Value>
   LogLine&& operator<<(const Value& value) && {
-    if (buffer_) buffer_->out << value;
+    if (buffer_) {
+      buffer_->inserting = true;
+      buffer_->out << value;
+      buffer_->inserting = false;
+      buffer_->out.clear();  // a value that cannot be written costs no other
+    }
     return std::move(*this);
   }
 
@@ -75,11 +78,15 @@ class LogLine {
   inline LogLine(const Log& log, QuorlBased::LogLevel level);
 
   struct Buffer {
+    Buffer() { out.imbue(std::locale::classic()); }
+
     std::ostringstream out;
+    bool inserting = false;  // stays when a cancelled thread leaves a value
     int exceptions = std::uncaught_exceptions();  // in flight at the beginning
   };
 
-  // noinline, as Log::WriteLine: a disabled line costs one load and one branch.
+  // noinline, as Log::WriteLine: a disabled line costs one load and one
+  // branch.
   __attribute__((noinline, returns_nonnull)) static Buffer* Begin() {
     return new Buffer;
   }
@@ -89,16 +96,28 @@ class LogLine {
   Buffer* const buffer_;  // null when the level is off
 };
 
-// One per module: carries the source name of its log records and a
-// threshold.
+// One per module: carries the source name of its records and a threshold.
 class Log {
  public:
+  // Logs through GetQuorlLogger, for which the program links the library.
   // `from` must outlive the object; a literal does.
   constexpr explicit Log(const char* from,
                          QuorlBased::LogLevel threshold = QuorlBased::LogDebug)
-      : from_(from), threshold_(threshold) {}
+      : from_(from), find_(GetQuorlLogger), threshold_(threshold) {}
+
+  // Logs through `logger`, for a host that opens the library at run time;
+  // null drops everything until SetLogger.
+  constexpr Log(const char* from, QuorlBased::IQuorlLogger* logger,
+                QuorlBased::LogLevel threshold = QuorlBased::LogDebug)
+      : from_(from), logger_(logger), threshold_(threshold) {}
   Log(const Log&) = delete;
   Log& operator=(const Log&) = delete;
+
+  // Logs through `logger` from now on; null returns to what the constructor
+  // was given. Not while another thread logs with `logger` unloaded.
+  void SetLogger(QuorlBased::IQuorlLogger* logger) {
+    logger_.store(logger, std::memory_order_release);
+  }
 
   // Messages below `threshold` are dropped from now on.
   void SetThreshold(QuorlBased::LogLevel threshold) {
@@ -131,34 +150,68 @@ class Log {
     Write(QuorlBased::LogFatal, msg, data);
   }
 
-  // printf form. `format` must not come from data; arguments are numbers,
-  // characters and pointers: a std::string does not compile.
-  template <typename... Args>
-  void Writef(QuorlBased::LogLevel level, const char* format,
-              Args... args) const {
-    static_assert((std::is_scalar_v<Args> && ...),
-                  "printf arguments are numbers and pointers; use c_str()");
-    if (IsOn(level)) WriteFormatted(level, format, args...);
+  // printf form, checked by the compiler (-Wformat). `format` must not come
+  // from data. What cannot be formatted is written as its format.
+  VELLIX_PRINTF(3, 4)
+  inline void Writef(QuorlBased::LogLevel level, const char* format,
+                     ...) const {
+    VELLIX_WRITE_PRINTF(level, format);
   }
-  template <typename... Args>
-  void Debugf(const char* format, Args... args) const {
-    Writef(QuorlBased::LogDebug, format, args...);
+  VELLIX_PRINTF(2, 3) inline void Debugf(const char* format, ...) const {
+    VELLIX_WRITE_PRINTF(QuorlBased::LogDebug, format);
   }
-  template <typename... Args>
-  void Infof(const char* format, Args... args) const {
-    Writef(QuorlBased::LogInfo, format, args...);
+  VELLIX_PRINTF(2, 3) inline void Infof(const char* format, ...) const {
+    VELLIX_WRITE_PRINTF(QuorlBased::LogInfo, format);
   }
-  template <typename... Args>
-  void Warnf(const char* format, Args... args) const {
-    Writef(QuorlBased::LogWarn, format, args...);
+  VELLIX_PRINTF(2, 3) inline void Warnf(const char* format, ...) const {
+    VELLIX_WRITE_PRINTF(QuorlBased::LogWarn, format);
   }
-  template <typename... Args>
-  void Errorf(const char* format, Args... args) const {
-    Writef(QuorlBased::LogError, format, args...);
+  VELLIX_PRINTF(2, 3) inline void Errorf(const char* format, ...) const {
+    VELLIX_WRITE_PRINTF(QuorlBased::LogError, format);
   }
-  template <typename... Args>
-  void Fatalf(const char* format, Args... args) const {
-    Writef(QuorlBased::LogFatal, format, args...);
+  VELLIX_PRINTF(2, 3) inline void Fatalf(const char* format, ...) const {
+    VELLIX_WRITE_PRINTF(QuorlBased::LogFatal, format);
+  }
+
+  // {} form: kLog.Info("x = {}", x). What does not fit the arguments does not
+  // compile; in C++17 that holds for FMT_STRING("x = {}") of vellix/log_fmt.h.
+  // What cannot be formatted is written as its format with the reason.
+  template <typename First, typename... Rest>
+  void Write(QuorlBased::LogLevel level, FormatOf<First, Rest...> format,
+             First&& first, Rest&&... rest) const {
+    if (IsOn(level)) {
+      Braces<First, Rest...>::Write(*this, level, format, first, rest...);
+    }
+  }
+  template <typename First, typename... Rest>
+  void Debug(FormatOf<First, Rest...> format, First&& first,
+             Rest&&... rest) const {
+    Write(QuorlBased::LogDebug, format, std::forward<First>(first),
+          std::forward<Rest>(rest)...);
+  }
+  template <typename First, typename... Rest>
+  void Info(FormatOf<First, Rest...> format, First&& first,
+            Rest&&... rest) const {
+    Write(QuorlBased::LogInfo, format, std::forward<First>(first),
+          std::forward<Rest>(rest)...);
+  }
+  template <typename First, typename... Rest>
+  void Warn(FormatOf<First, Rest...> format, First&& first,
+            Rest&&... rest) const {
+    Write(QuorlBased::LogWarn, format, std::forward<First>(first),
+          std::forward<Rest>(rest)...);
+  }
+  template <typename First, typename... Rest>
+  void Error(FormatOf<First, Rest...> format, First&& first,
+             Rest&&... rest) const {
+    Write(QuorlBased::LogError, format, std::forward<First>(first),
+          std::forward<Rest>(rest)...);
+  }
+  template <typename First, typename... Rest>
+  void Fatal(FormatOf<First, Rest...> format, First&& first,
+             Rest&&... rest) const {
+    Write(QuorlBased::LogFatal, format, std::forward<First>(first),
+          std::forward<Rest>(rest)...);
   }
 
   // Streamed form: kLog.Info() << "x = " << x;
@@ -177,55 +230,60 @@ class Log {
                                              const char* text, size_t length,
                                              const void* data,
                                              size_t size) const {
+    QuorlBased::IQuorlLogger* logger = logger_.load(std::memory_order_acquire);
+    if (!logger && find_) logger = find_();
+    if (!logger) return;
     const auto bytes = static_cast<const unsigned char*>(data);
     const auto count =
         static_cast<unsigned>(std::min<size_t>(size, 0xFFFFFFFF));
     if (length == Text::kTerminated) {
-      GetQuorlLogger()->Log(level, from_, text, bytes, count);
+      logger->Log(level, from_, text, bytes, count);
     } else {
       const std::string copy(text, length);
-      GetQuorlLogger()->Log(level, from_, copy.c_str(), bytes, count);
+      logger->Log(level, from_, copy.c_str(), bytes, count);
     }
   }
 
-  // Takes over `line`. A line whose statement throws is dropped.
+  // Takes over `line`. A line whose statement throws, or is cancelled within
+  // a value, is dropped.
   __attribute__((noinline)) void WriteLine(QuorlBased::LogLevel level,
                                            LogLine::Buffer* line) const {
     const std::unique_ptr<LogLine::Buffer> owner(line);
-    if (std::uncaught_exceptions() > line->exceptions) return;
+    if (line->inserting || std::uncaught_exceptions() > line->exceptions)
+      return;
     WriteRecord(level, line->out.str().c_str(), Text::kTerminated, nullptr, 0);
   }
 
-  __attribute__((noinline)) void WriteFormatted(QuorlBased::LogLevel level,
-                                                const char* format, ...) const {
+  __attribute__((noinline, format(printf, 3, 0))) void WriteFormatted(
+      QuorlBased::LogLevel level, const char* format, ...) const {
     va_list args;
     va_start(args, format);
-    const std::string text = Render(format, args);
+    WriteArguments(level, format, args);
     va_end(args);
-    WriteRecord(level, text.c_str(), Text::kTerminated, nullptr, 0);
   }
 
-  static std::string Render(const char* format, va_list args) {
-    // Through a pointer: the compiler would ask for a literal here, where it
-    // cannot be one.
-    constexpr int (*kPrint)(char*, size_t, const char*, va_list) = vsnprintf;
+  __attribute__((noinline, format(printf, 3, 0))) void WriteArguments(
+      QuorlBased::LogLevel level, const char* format, va_list args) const {
     char room[512];
     va_list again;
     va_copy(again, args);
-    const int length = kPrint(room, sizeof room, format, args);
-    std::string text(room, length > 0
-                               ? std::min<size_t>(static_cast<size_t>(length),
-                                                  sizeof room - 1)
-                               : 0);
+    const int length = vsnprintf(room, sizeof room, format, args);
+    std::string text;
     if (length >= static_cast<int>(sizeof room)) {
       text.resize(static_cast<size_t>(length));
-      kPrint(text.data(), text.size() + 1, format, again);
+      vsnprintf(text.data(), text.size() + 1, format, again);
     }
     va_end(again);
-    return text;
+    WriteRecord(level,
+                length < 0     ? format
+                : text.empty() ? room
+                               : text.c_str(),
+                Text::kTerminated, nullptr, 0);
   }
 
   const char* from_;
+  std::atomic<QuorlBased::IQuorlLogger*> logger_{nullptr};
+  QuorlBased::IQuorlLogger* (*find_)() = nullptr;
   std::atomic<int> threshold_;
 };
 
@@ -237,5 +295,8 @@ inline LogLine::~LogLine() noexcept(false) {
 }
 
 }  // namespace vellix
+
+#undef VELLIX_PRINTF
+#undef VELLIX_WRITE_PRINTF
 
 #endif  // VELLIX_LOG_H_
