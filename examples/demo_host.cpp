@@ -52,7 +52,6 @@ int main() {
     std::cerr << library.Error() << "\n";
     return 1;
   }
-  library.KeepLoaded();
   QuorlBased::IQuorlLogger* logger = library.Logger();
 
   const std::string directory = vellix::Library::ExecutableDirectory();

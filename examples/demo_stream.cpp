@@ -4,6 +4,7 @@
 #include <iostream>
 
 #include "vellix/loader.h"
+#include "vellix/log.h"
 
 namespace {
 
@@ -42,15 +43,14 @@ int main() {
     std::cerr << library.Error() << "\n";
     return 1;
   }
-  library.KeepLoaded();
   QuorlBased::IQuorlLogger* logger = library.Logger();
   logger->SetLogStream(&console);
-  logger->Log(QuorlBased::LogInfo, "demo", "into a stream of the host's own",
-              nullptr, 0);
+  const vellix::Log log("demo", logger);
+  log.Info("into a stream of the host's own");
   logger->EnableLog(false);
-  logger->Log(QuorlBased::LogInfo, "demo", "not to be seen", nullptr, 0);
+  log.Info("not to be seen");
   logger->EnableLog(true);
-  logger->Log(QuorlBased::LogWarn, "demo", "logging is on again", nullptr, 0);
+  log.Warn() << "logging is on again, " << console.Records() << " so far";
   std::cout << console.Records() << " records written\n";
   return console.Records() == 2 ? 0 : 1;
 }

@@ -8,6 +8,7 @@
 
 #include "support/support.h"
 #include "vellix/loader.h"
+#include "vellix/log.h"
 
 using namespace QuorlBased;
 using support::BusyThreads;
@@ -241,11 +242,43 @@ TEST(Hosts, LoadUseAndUnloadTheLibrary) {
       library.Exception()->Copy(library.Exception());
       EXPECT_EQ(target.records.size(), 1U);
       library.ReleaseException();
-      if (i == 1) library.KeepLoaded();
+      if (i > 1) library.Unload();
     }
     const std::string maps = support::ReadFile("/proc/self/maps");
     ASSERT_EQ(maps.find("libvellix") != maps.npos, i == 1);
   }
+}
+
+TEST(Hosts, OpenTheLibraryThatAPlugInBroughtAndNoEmptyPath) {
+  const support::TempDir dir;
+  std::filesystem::copy_file(VELLIX_LIBRARY, dir / "copy");
+  vellix::Library library;
+  EXPECT_FALSE(library.Open(""));
+  EXPECT_NE(library.Error().find("empty"), std::string::npos);
+  EXPECT_FALSE(library.Open(dir / "none"));
+  EXPECT_EQ(library.Error().rfind(dir / "none"), 0U) << library.Error();
+  dlopen((dir / "copy").c_str(), RTLD_NOW);
+  ASSERT_TRUE(library.Open(VELLIX_LIBRARY));
+  const std::string maps = support::ReadFile("/proc/self/maps");
+  EXPECT_EQ(maps.find(VELLIX_LIBRARY), maps.npos);
+}
+
+struct Groups : std::numpunct<char> {
+  std::string do_grouping() const override { return "\1"; }
+};
+struct End {};
+std::ostream& operator<<(std::ostream&, End) { pthread_exit(nullptr); }
+
+TEST(Hosts, LogThroughTheWrapperInAnyLocaleAndNoHalfLine) {
+  std::locale::global(std::locale(std::locale(), new Groups));
+  const vellix::Log log("f");
+  support::Log();
+  std::thread([&log] { log.Info() << "half" << End(); }).join();
+  log.Info() << 8080;
+  log.Infof("%ls", L"\xD800");
+  ASSERT_EQ(support::Log().records.size(), 2U);
+  EXPECT_EQ(support::Field(support::Log().records[0], "MG"), "8080");
+  EXPECT_EQ(support::Field(support::Log().records[1], "MG"), "%ls");
 }
 
 vellix::Library* host_library = nullptr;
@@ -280,7 +313,6 @@ TEST(Hosts, EndWhileThreadsLogAndFail) {
       atexit(LogLate);
       host_library = new vellix::Library;
       host_library->Open(VELLIX_LIBRARY);
-      host_library->KeepLoaded();
       host_library->Logger()->SetLogFile(log.c_str(), false);
       new Threads(4, [](int) {
         for (;; host_library->ReleaseException()) {

@@ -5,58 +5,55 @@
 //   library.Logger()->SetLogFile("host.log", true);
 //
 // Header-only; needs the standard library and dlopen, nothing of vellix at link
-// time. Open once, at start, on one thread; what it returns may then be used
-// from any thread.
+// time; modules with different versions of it share a process. Open once, at
+// start and before the first plug-in, on one thread; what it returns may then
+// be used from any thread.
 #ifndef VELLIX_LOADER_H_
 #define VELLIX_LOADER_H_
 
 #include <dlfcn.h>
+#include <unistd.h>
 
 #include <climits>
-#include <cstdlib>
 #include <string>
 #include <utility>
 
 #include "vellix/exceptions.h"
 #include "vellix/logger.h"
+#include "vellix/visibility.h"
 
-namespace vellix {
+namespace VELLIX_HIDDEN vellix {
 
-// The library as a module that is opened at run time. The destructor closes it;
-// a host that logs until its end keeps the object, or calls KeepLoaded.
+// The library as a module that is opened at run time. It stays in the process
+// when this object dies, unless the host calls Unload before.
 class Library {
  public:
   Library() = default;
   Library(const Library&) = delete;
   Library& operator=(const Library&) = delete;
-  ~Library() { Close(); }
 
-  // Opens the library that lies beside the running executable. False with
+  // Opens the library that the process has loaded already, else the one beside
+  // the running executable, else the installed one by its name. False with
   // Error() on failure; a library that was open stays open.
   bool Open() {
-    const std::string directory = ExecutableDirectory();
-    if (directory.empty()) {
-      return Fail("cannot find the directory of the executable");
-    }
-    return Open(directory + "libvellix.so.1");
+    if (handle_) return Fail("a library is open already");
+    if (OpenLoaded()) return FindAll(kName);
+    const std::string beside = ExecutableDirectory() + kName;
+    // One that is there and cannot be opened is not passed over.
+    if (access(beside.c_str(), F_OK) == 0) return OpenFile(beside);
+    return OpenFile(kName) || Fail("no " + beside + ", and " + error_);
   }
 
-  // Opens the library at `path` and looks up its three functions. False with
-  // Error() when it cannot be opened, lacks one of them, or a library is open
+  // Opens the library that the process has loaded already, else the one at
+  // `path`: two would be two logs. False with Error() when there is none, it
+  // lacks one of its three functions, the path is empty, or one is open
   // already, which stays open.
   bool Open(const std::string& path) {
     if (handle_) return Fail("a library is open already");
-    handle_ = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
-    if (!handle_) return Fail("cannot open " + path + ": " + LoaderText());
-    if (Find(get_exception_, "GetQuorlException") &&
-        Find(release_exception_, "ReleaseQuorlException") &&
-        Find(get_logger_, "GetQuorlLogger")) {
-      error_.clear();
-      return true;
-    }
-    dlclose(handle_);
-    handle_ = nullptr;
-    return false;
+    // dlopen would open the program itself.
+    if (path.c_str()[0] == '\0')
+      return Fail("the path of the library is empty");
+    return OpenLoaded() ? FindAll(kName) : OpenFile(path);
   }
 
   bool IsOpen() const { return handle_ != nullptr; }
@@ -73,19 +70,51 @@ class Library {
   // The process's logger; see GetQuorlLogger. Only while open.
   QuorlBased::IQuorlLogger* Logger() const { return get_logger_(); }
 
-  // Keeps the destructor from closing the library.
-  void KeepLoaded() { keep_loaded_ = true; }
+  // Closes the library, which leaves the process if no one else has opened it.
+  // What it returned is void then, and no thread may be in it.
+  void Unload() {
+    if (handle_) dlclose(handle_);
+    handle_ = nullptr;
+  }
 
-  // The directory of the running executable with its closing slash; empty when
-  // the system does not tell.
+  // Does nothing: the library stays by itself. Kept for callers.
+  void KeepLoaded() {}
+
+  // The directory of the running executable with its closing slash, also when
+  // that file was replaced or removed; empty when the system does not tell.
   static std::string ExecutableDirectory() {
     char path[PATH_MAX];
-    if (!realpath("/proc/self/exe", path)) return {};
-    const std::string executable = path;
+    const ssize_t length = readlink("/proc/self/exe", path, sizeof path);
+    if (length <= 0 || path[0] != '/') return {};
+    const std::string executable(path, static_cast<size_t>(length));
     return executable.substr(0, executable.rfind('/') + 1);
   }
 
  private:
+  static constexpr char kName[] = "libvellix.so.1";
+  static constexpr int kMode = RTLD_NOW | RTLD_LOCAL;
+
+  bool OpenLoaded() {
+    handle_ = dlopen(kName, kMode | RTLD_NOLOAD);
+    return handle_ != nullptr;
+  }
+
+  bool OpenFile(const std::string& path) {
+    handle_ = dlopen(path.c_str(), kMode);
+    return handle_ ? FindAll(path) : Fail(WithPath(path, LoaderText()));
+  }
+
+  bool FindAll(const std::string& path) {
+    error_.clear();
+    if (Find(get_exception_, "GetQuorlException") &&
+        Find(release_exception_, "ReleaseQuorlException") &&
+        Find(get_logger_, "GetQuorlLogger")) {
+      return true;
+    }
+    Unload();
+    return Fail(WithPath(path, error_));
+  }
+
   template <typename Function>
   bool Find(Function*& function, const char* name) {
     function = reinterpret_cast<Function*>(dlsym(handle_, name));
@@ -97,18 +126,18 @@ class Library {
     return false;
   }
 
+  // The dynamic linker names the file in most of its texts.
+  static std::string WithPath(const std::string& path,
+                              const std::string& text) {
+    return text.find(path) == text.npos ? path + ": " + text : text;
+  }
+
   static std::string LoaderText() {
     const char* text = dlerror();
     return text ? text : "unknown error";
   }
 
-  void Close() {
-    if (handle_ && !keep_loaded_) dlclose(handle_);
-    handle_ = nullptr;
-  }
-
   void* handle_ = nullptr;
-  bool keep_loaded_ = false;
   std::string error_;
   IQuorlException* (*get_exception_)() = nullptr;
   void (*release_exception_)() = nullptr;
