@@ -15,10 +15,21 @@
 #include "vellix/quorl_base_streams.h"
 
 namespace bench {
-namespace {
 
 using QuorlBased::IQuorlLogger;
 using QuorlBased::LogInfo;
+
+IQuorlLogger& LoggerTo(const std::string& place) {
+  IQuorlLogger* logger = GetQuorlLogger();
+  if (!logger->GetLogStream()) logger->SetLogFile(PathOf("disk"), false);
+  auto* file = static_cast<QuorlBased::CHandleStream*>(logger->GetLogStream());
+  const int opened = OpenPlace(place);
+  dup2(opened, file->GetHandle());
+  close(opened);
+  return *logger;
+}
+
+namespace {
 
 // What one record carries.
 struct Load {
@@ -30,18 +41,6 @@ void Log(IQuorlLogger& logger, const Load& load) {
   logger.Log(LogInfo, "net", load.message.c_str(),
              reinterpret_cast<const unsigned char*>(load.data.data()),
              static_cast<unsigned>(load.data.size()));
-}
-
-// The logger with its file, which can be set only once: that a benchmark may
-// have its own, the handle is made to stand for another one.
-IQuorlLogger& LoggerTo(const std::string& place) {
-  IQuorlLogger* logger = GetQuorlLogger();
-  if (!logger->GetLogStream()) logger->SetLogFile(PathOf("disk"), false);
-  auto* file = static_cast<QuorlBased::CHandleStream*>(logger->GetLogStream());
-  const int opened = OpenPlace(place);
-  dup2(opened, file->GetHandle());
-  close(opened);
-  return *logger;
 }
 
 // The bytes of the record that the logger makes of `load`.

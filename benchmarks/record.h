@@ -7,6 +7,7 @@
 #include <string>
 
 #include "benchmarks/bench.h"
+#include "vellix/logger.h"
 
 namespace bench {
 
@@ -22,6 +23,16 @@ inline const char* PathOf(const std::string& place) {
 inline int OpenPlace(const std::string& place) {
   return open(PathOf(place), O_RDWR | O_CREAT | O_TRUNC, 0666);
 }
+
+// The numbers of a message with arguments.
+struct Slots {
+  int used = Opaque(7);
+  int all = Opaque(1024);
+};
+
+// The logger with its file, which can be set only once: that a benchmark may
+// have its own, the handle is made to stand for another one.
+QuorlBased::IQuorlLogger& LoggerTo(const std::string& place);
 
 }  // namespace bench
 
