@@ -47,6 +47,7 @@ need_build_tools() {
 need_test_tools() {
   need_build_tools
   need clang++=clang abidiff=abigail-tools pkg-config readelf=binutils \
+    /usr/include/fmt/format.h=libfmt-dev \
     dpkg-shlibdeps=dpkg-dev file python3 lnav \
     lognormalizer=liblognorm-utils doxygen \
     /usr/include/sqlite3.h=libsqlite3-dev

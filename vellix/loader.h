@@ -129,7 +129,7 @@ class Library {
   // The dynamic linker names the file in most of its texts.
   static std::string WithPath(const std::string& path,
                               const std::string& text) {
-    return text.find(path) == text.npos ? path + ": " + text : text;
+    return text.find(path) == std::string::npos ? path + ": " + text : text;
   }
 
   static std::string LoaderText() {
@@ -144,6 +144,7 @@ class Library {
   QuorlBased::IQuorlLogger* (*get_logger_)() = nullptr;
 };
 
+// NOLINTNEXTLINE(google-readability-namespace-comments): takes in the macro
 }  // namespace vellix
 
 #endif  // VELLIX_LOADER_H_

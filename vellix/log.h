@@ -233,7 +233,7 @@ class Log {
     QuorlBased::IQuorlLogger* logger = logger_.load(std::memory_order_acquire);
     if (!logger && find_) logger = find_();
     if (!logger) return;
-    const auto bytes = static_cast<const unsigned char*>(data);
+    const auto* bytes = static_cast<const unsigned char*>(data);
     const auto count =
         static_cast<unsigned>(std::min<size_t>(size, 0xFFFFFFFF));
     if (length == Text::kTerminated) {
@@ -271,7 +271,7 @@ class Log {
     std::string text;
     if (length >= static_cast<int>(sizeof room)) {
       text.resize(static_cast<size_t>(length));
-      vsnprintf(text.data(), text.size() + 1, format, again);
+      static_cast<void>(vsnprintf(text.data(), text.size() + 1, format, again));
     }
     va_end(again);
     WriteRecord(level,
@@ -294,6 +294,7 @@ inline LogLine::~LogLine() noexcept(false) {
   if (buffer_) log_.WriteLine(level_, buffer_);
 }
 
+// NOLINTNEXTLINE(google-readability-namespace-comments): takes in the macro
 }  // namespace vellix
 
 #undef VELLIX_PRINTF

@@ -50,6 +50,7 @@ struct Braces {
 };
 
 }  // namespace braces_of_fmt
+// NOLINTNEXTLINE(google-readability-namespace-comments): takes in the macro
 }  // namespace vellix
 #endif
 

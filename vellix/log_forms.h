@@ -85,6 +85,7 @@ struct Braces;
 template <typename First, typename... Rest>
 using FormatOf = typename Braces<First, Rest...>::Format;
 
+// NOLINTNEXTLINE(google-readability-namespace-comments): takes in the macro
 }  // namespace vellix
 
 #endif  // VELLIX_LOG_FORMS_H_
