@@ -1,0 +1,20 @@
+// The parts of a crash record that need no crash; those that do:
+// crash/check.py.
+#include "support/support.h"
+#include "vellix/crash_record.h"
+
+namespace {
+
+TEST(CrashRecords, HaveTheTimeOfAsctime) {
+  for (time_t now = 0; now < time_t{1} << 33; now += 1234567) {
+    tm fields{};
+    char expected[32];
+    asctime_r(gmtime_r(&now, &fields), expected);
+    vellix::crash_internal::Line line;
+    line.Begin();
+    vellix::crash_internal::PutTime(line, static_cast<uint64_t>(now));
+    ASSERT_EQ(std::string(line.Data(false), line.Size(false)) + "\n", expected);
+  }
+}
+
+}  // namespace
