@@ -35,7 +35,7 @@ void Divide() { sZero = 7 / sZero; }
 void Trap() { __builtin_trap(); }
 void Throw() { throw std::runtime_error("no route\nto host"); }
 
-int Overflow(int depth) {
+int Overflow(int depth) {  // NOLINT: recursive on purpose
   const volatile char room[256] = "";
   return depth < 0 ? room[0] : Overflow(depth + 1) + room[1];
 }
@@ -43,7 +43,7 @@ int Overflow(int depth) {
 void FreeTwice() {
   void* const volatile block = malloc(9);
   free(block);
-  free(block);
+  free(block);  // NOLINT: on purpose
 }
 
 // All at the same time.
@@ -86,8 +86,8 @@ void InForkedChild() {
   if (fork() == 0) Trap();
   int status = 0;
   wait(&status);
-  signal(WTERMSIG(status), SIG_DFL);
-  raise(WTERMSIG(status));
+  static_cast<void>(signal(WTERMSIG(status), SIG_DFL));
+  kill(getpid(), WTERMSIG(status));
 }
 
 void Log() {
@@ -99,10 +99,10 @@ void Log() {
 void WithOwnHandler() {
   static std::atomic<bool> crashed{false};
   static std::atomic<bool> logged{false};
-  signal(SIGILL, [](int) {
+  static_cast<void>(signal(SIGILL, [](int) {
     for (crashed = true; !logged;) usleep(1000);
-    raise(SIGTERM);
-  });
+    kill(getpid(), SIGTERM);
+  }));
   vellix::RecordCrashes(kLogFile);
   std::thread([] {
     while (!crashed) std::this_thread::yield();

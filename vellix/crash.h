@@ -120,6 +120,8 @@ inline void AwaitOwner() {
   for (int i = 0; i < 100; ++i) nanosleep(&pause, nullptr);
 }
 
+// `stack` as TakeFrame has it. Without `write` all is as in a crash, but for
+// the file: so that the crash does nothing for the first time.
 template <typename PutReason>
 void Record(PutReason put_reason, void* stack, bool write) {
   State& s = sState;
@@ -184,8 +186,8 @@ inline void DescribeException(char (&text)[1000]) {
   char* name = abi::__cxa_demangle(type->name(), nullptr, nullptr, nullptr);
   const auto put = [&](const char* what) {
     static_cast<void>(snprintf(text, sizeof text, "std::terminate: %s%s%s",
-                               name ? name : type->name(), *what ? ": " : "",
-                               what));
+                               name ? name : type->name(), what ? ": " : "",
+                               what ? what : ""));
   };
   try {
     throw;
@@ -194,7 +196,7 @@ inline void DescribeException(char (&text)[1000]) {
   } catch (const IQuorlException& failure) {
     put(failure.GetExceptionMsg());
   } catch (...) {  // has no text
-    put("");
+    put(nullptr);
   }
   free(name);
 }
@@ -244,7 +246,7 @@ inline void Install() {
   s.utc_offset = local.tm_gmtoff;
   size_t ignored = 0;
   MakeStack(ignored);
-  // The unwinder loads and allocates at its first use.
+  // The unwinder may load and allocate at its first use.
   Record([](Line&) {}, nullptr, false);
   struct sigaction action {};
   action.sa_sigaction = OnSignal;

@@ -100,8 +100,21 @@ inline int FindWriter(const struct stat& file) {
   return found;
 }
 
+// Of a path that may be a link, which a rotation may change.
+inline bool MakeAbsolute(const char* path, char (&absolute)[PATH_MAX]) {
+  char directory[PATH_MAX] = "";
+  if (path[0] != '/' && !getcwd(directory, sizeof directory)) return false;
+  const size_t prefix = path[0] == '/' ? 0 : strlen(directory) + 1;
+  if (prefix + strlen(path) >= sizeof absolute) return false;
+  memcpy(absolute, directory, prefix);
+  if (prefix > 0) absolute[prefix - 1] = '/';
+  memcpy(absolute + prefix, path, strlen(path) + 1);
+  return true;
+}
+
 inline bool SetPath(const char* path) {
   Destination to{};
+  if (!MakeAbsolute(path, to.path)) return false;
   const int own = OpenPath(path);
   if (own == -1) return false;
   fstat(own, &to.file);
@@ -109,7 +122,7 @@ inline bool SetPath(const char* path) {
   to.shared = writer != -1;
   to.descriptor = fcntl(to.shared ? writer : own, F_DUPFD_CLOEXEC, 3);
   close(own);
-  if (to.descriptor == -1 || !realpath(path, to.path)) return false;
+  if (to.descriptor == -1) return false;
   Set(to);
   return true;
 }
