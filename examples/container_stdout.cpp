@@ -2,20 +2,16 @@
 // runtime picks it up.
 #include <unistd.h>
 
-#include <csignal>
-
 #include "vellix/logger.h"
+#include "vellix/targets.h"
 
 int main() {
-  // Otherwise the first log record after the reader has gone ends the process.
-  signal(SIGPIPE, SIG_IGN);
-
   // The target outlives all that can log: it is never destroyed.
-  static auto* target = new QuorlBased::CHandleStream(STDOUT_FILENO);
+  static auto* target = new vellix::FdTarget(STDOUT_FILENO);
   QuorlBased::IQuorlLogger* logger = GetQuorlLogger();
-  const bool set = logger->SetLogStream(target);
+  logger->SetLogStream(target);
 
   logger->Log(QuorlBased::LogInfo, "main", "listening on 0.0.0.0:8080", nullptr,
               0);
-  return set ? 0 : 1;
+  return target->Lost() == 0 ? 0 : 1;
 }

@@ -6,7 +6,6 @@
 // Four processes write into the file; then all of it is counted.
 #include <fcntl.h>
 #include <sys/file.h>
-#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -20,63 +19,46 @@
 
 #include "vellix/logger.h"
 #include "vellix/sysutils.h"
+#include "vellix/targets.h"
 
 namespace {
 
 constexpr int kProcesses = 4;
 constexpr int kRecords = 5000;
-constexpr int kCheckEvery = 50;
 
 enum class Rotation { kNone, kRename, kCopyTruncate };
 
-// O_APPEND puts each log record at the end of the file, wherever that is by
-// then: no process overwrites another's, and none leaves a hole after a
-// truncation.
-int OpenShared(const std::string& path) {
-  return open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0640);
-}
-
-// Points `handle` to the file that has the name now. dup3 exchanges the file
-// behind the number in one step, so that a write finds one or the other.
-void FollowName(const std::string& path, int handle) {
-  struct stat named {};
-  struct stat opened {};
-  if (stat(path.c_str(), &named) == 0 && fstat(handle, &opened) == 0 &&
-      named.st_ino == opened.st_ino && named.st_dev == opened.st_dev) {
-    return;
-  }
-  const int fresh = OpenShared(path);
-  if (fresh == -1) return;  // keeps the old file
-  dup3(fresh, handle, O_CLOEXEC);
-  close(fresh);
-}
-
 // Keeps a rotation that copies and truncates, and that takes the same lock,
 // from losing what would be written between its two steps.
-class LockingStream : public QuorlBased::CHandleStream {
+class LockingFile : public vellix::FileTarget {
  public:
-  using CHandleStream::CHandleStream;
+  explicit LockingFile(const std::string& path)
+      : FileTarget(path), lock_(open(path.c_str(), O_RDONLY | O_CLOEXEC)) {}
 
   int32_t Write(const void* buffer, uint32_t count) override {
-    flock(handle_, LOCK_EX);
-    const int32_t written = CHandleStream::Write(buffer, count);
-    flock(handle_, LOCK_UN);
+    flock(lock_, LOCK_EX);
+    const int32_t written = FileTarget::Write(buffer, count);
+    flock(lock_, LOCK_UN);
     return written;
   }
+
+ private:
+  const int lock_;
 };
 
+vellix::FileTarget* NewTarget(Rotation rotation, const std::string& path) {
+  if (rotation == Rotation::kCopyTruncate) return new LockingFile(path);
+  vellix::FileOptions options;
+  options.follow_path = rotation == Rotation::kRename;
+  return new vellix::FileTarget(path, options);
+}
+
 int Work(Rotation rotation, const std::string& path, int worker) {
-  const int handle = OpenShared(path);
-  if (handle == -1) return 1;
-  static QuorlBased::IQuorlStream* target =
-      rotation == Rotation::kCopyTruncate
-          ? new LockingStream(handle)
-          : new QuorlBased::CHandleStream(handle);
+  static vellix::FileTarget* target = NewTarget(rotation, path);
   QuorlBased::IQuorlLogger* logger = GetQuorlLogger();
   logger->SetLogStream(target);
   const std::string from = std::to_string(worker);
   for (int record = 0; record < kRecords; ++record) {
-    if (record % kCheckEvery == 0) FollowName(path, handle);
     logger->Log(QuorlBased::LogInfo, from.c_str(),
                 std::to_string(record).c_str(), nullptr, 0);
   }

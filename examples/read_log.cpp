@@ -1,0 +1,42 @@
+// Takes a log on standard input apart, for cut, awk and other tools:
+//
+//   vellix_read_log          the fields of each record, separated by 0x1F
+//   vellix_read_log json     each line as JsonTarget gives it, with the time
+//   now
+//
+// Fails when a line is no log record.
+#include <unistd.h>
+
+#include <iostream>
+#include <iterator>
+#include <string>
+#include <string_view>
+
+#include "vellix/targets.h"
+
+namespace {
+
+void PrintFields(const vellix::Record& record) {
+  std::string_view level = vellix::record_rule::kLevels[record.level];
+  level = level.substr(0, level.find(' '));
+  std::cout << record.time << '\x1f' << record.thread << '\x1f' << level
+            << '\x1f' << record.source << '\x1f' << record.message << '\x1f'
+            << record.data << '\n';
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const bool as_json = argc > 1 && argv[1] == std::string_view("json");
+  const std::string text{std::istreambuf_iterator<char>(std::cin), {}};
+  vellix::FdTarget out(STDOUT_FILENO);
+  vellix::JsonTarget json(out);
+  std::string_view log = text;
+  std::string_view line;
+  while (vellix::TakeLine(log, line)) {
+    if (as_json) json.Write(line.data(), static_cast<uint32_t>(line.size()));
+    const auto record = vellix::ReadRecord(line);
+    if (!record) return 1;
+    if (!as_json) PrintFields(*record);
+  }
+}

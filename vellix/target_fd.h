@@ -1,0 +1,291 @@
+// FdTarget: a log target over an open descriptor, such as standard output, a
+// pipe or a socket. What all targets that write to the system do is here.
+// Header-only, needs nothing at link time.
+#ifndef VELLIX_TARGET_FD_H_
+#define VELLIX_TARGET_FD_H_
+
+#include <poll.h>
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <string_view>
+
+#include "vellix/target_stream.h"
+
+// Modules with other versions of this header share nothing of it.
+#pragma GCC visibility push(hidden)
+namespace vellix {
+
+// Writes log records to a descriptor.
+//
+// - A write that a signal interrupts is repeated, one that was cut is finished.
+// - A slow reader is waited for. A non-blocking descriptor that takes nothing
+//   is waited for up to `patience`; the records that follow do not wait until
+//   one of them went through.
+// - A record that could not be written, or not all of it, is counted. Before
+//   the first one that can be, the target ends the line that was cut and writes
+//   "12 records lost: No space left on device" as a record of its own, level
+//   WARN, source "log", in the format of the record that follows: that of the
+//   log, or JsonTarget's.
+// - No SIGPIPE and no SIGXFSZ reaches the host.
+// - errno and the thread's failure record stay as they were. Nothing throws.
+// - A forked child can log on, also when a thread of the parent was inside
+//   Write. It does not report what its parent lost.
+// - A thread that is cancelled inside Write leaves a whole record or none.
+class FdTarget : public Target {
+ public:
+  // `fd` stays the caller's and open, and of the kind that it is now.
+  explicit FdTarget(int fd, std::chrono::milliseconds patience =
+                                std::chrono::milliseconds(1000))
+      : patience_(patience) {
+    const ErrnoScope keep;
+    Use(fd);
+  }
+
+  // `count` when all of it is with the system, or all but the end of its
+  // line; -1 when it was counted as lost.
+  int32_t Write(const void* buffer, uint32_t count) override {
+    if (!buffer) return -1;
+    const std::string_view line(static_cast<const char*>(buffer), count);
+    const ErrnoScope keep;
+    return WriteLine(line) ? static_cast<int32_t>(count) : -1;
+  }
+
+  // Records lost so far, those that were reported included. Any thread.
+  size_t Lost() const { return lost_.load(std::memory_order_relaxed); }
+
+ protected:
+  FdTarget() : FdTarget(-1) {}  // Use follows
+
+  // Whether the line so far, of which a part is missing, has its end all the
+  // same: someone emptied the file, or ended the line.
+  virtual bool LineHasItsEnd() { return false; }
+
+  // Whether a write that failed with `error` may go better now.
+  virtual bool Mend(int /*error*/) { return false; }
+
+  bool WriteLine(std::string_view line) {
+    return (behind_ ? CatchUp(line) : Append(line)) || Lose();
+  }
+
+  // What is to be written before the next line, or "".
+  void EndLineWith(const char* end) {
+    line_end_ = end;
+    if (*end) behind_ = true;
+  }
+
+  // Ends the line that was cut. False when that fails.
+  bool EndLine() {
+    if (*line_end_ && LineHasItsEnd()) line_end_ = "";
+    const std::string_view end = line_end_;
+    if (end.empty()) return true;
+    const size_t done = Finish(end, WriteSome(end));
+    line_end_ += done;
+    return done == end.size();
+  }
+
+  void Use(int fd) {
+    fd_ = fd;
+    struct stat status {};
+    rlimit limit{};
+    fstat(fd, &status);
+    is_socket_ = S_ISSOCK(status.st_mode);
+    // A regular file takes a write at once, and raises no signal unless its
+    // size is limited.
+    is_slow_ =
+        !(S_ISREG(status.st_mode) && getrlimit(RLIMIT_FSIZE, &limit) == 0 &&
+          limit.rlim_cur == RLIM_INFINITY);
+  }
+
+  int fd_ = -1;
+
+ private:
+  using Clock = std::chrono::steady_clock;
+
+  ssize_t WriteSome(std::string_view text) const {
+    if (!is_slow_) return write(fd_, text.data(), text.size());
+    // The system may cancel a thread that has written a part.
+    const CancellationScope hold;
+    if (is_socket_) return send(fd_, text.data(), text.size(), MSG_NOSIGNAL);
+    WriteSignalScope signals;
+    const ssize_t written = write(fd_, text.data(), text.size());
+    if (written == -1) signals.Failed();
+    return written;
+  }
+
+  // Appends all of `text`, or all but the end of its line, which is then
+  // written before the next one.
+  bool Append(std::string_view text) {
+    const ssize_t written = WriteSome(text);
+    if (written == static_cast<ssize_t>(text.size())) return true;
+    return LeaveCut(text, Finish(text, written));
+  }
+
+  // Goes on after a first write of `text`. Returns the bytes written in all.
+  __attribute__((noinline)) size_t Finish(const std::string_view text,
+                                          ssize_t written) {
+    const CancellationScope hold;
+    std::string_view rest = text;
+    Clock::time_point deadline{};
+    for (;; written = WriteSome(rest)) {
+      if (written > 0) rest.remove_prefix(static_cast<size_t>(written));
+      if (rest.empty()) break;
+      if (written > 0) continue;
+      const int error = written == 0 ? EIO : errno;
+      if (error == EINTR || Mend(error)) continue;
+      if ((error == EAGAIN || error == EWOULDBLOCK) && WaitForRoom(deadline)) {
+        continue;
+      }
+      failure_ = error;
+      break;
+    }
+    return text.size() - rest.size();
+  }
+
+  // Of `text` the first `done` bytes are written. Whether the line is whole but
+  // for its end, at the least.
+  bool LeaveCut(std::string_view text, size_t done) {
+    const std::string_view rest = text.substr(done);
+    if (rest.empty()) return true;
+    const bool is_end = rest == "\r\n" || rest == "\n";
+    const char last = done > 0 ? text[done - 1] : '\n';
+    if (is_end) {
+      EndLineWith(rest.size() == 2 ? "\r\n" : "\n");
+    } else if (last != '\n') {
+      // A record that was cut at a bracket must not read as a whole one.
+      EndLineWith(last == '\r' ? "\n" : last == ']' ? " \r\n" : "\r\n");
+    }
+    return is_end;
+  }
+
+  // Waits until the descriptor takes something, or for the rest of the
+  // patience that this line has.
+  bool WaitForRoom(Clock::time_point& deadline) const {
+    if (deadline == Clock::time_point{}) {
+      const bool losing = Lost() != reported_;
+      deadline = Clock::now() + (losing ? Clock::duration{} : patience_);
+    }
+    for (;;) {
+      const auto left =
+          std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
+      pollfd room{fd_, POLLOUT, 0};
+      const auto wait = std::clamp<int64_t>(left.count(), 0, INT32_MAX);
+      const int ready = poll(&room, 1, static_cast<int>(wait));
+      if (ready != -1) return ready > 0;
+      if (errno != EINTR) return false;
+    }
+  }
+
+  // In a forked child: what the parent lost is the parent's to report.
+  void ForgetLossOfParent() {
+    if (process_ == getpid()) return;
+    process_ = getpid();
+    reported_ = Lost();
+  }
+
+  __attribute__((noinline)) bool Lose() {
+    ForgetLossOfParent();
+    if (Lost() == reported_) error_ = failure_;
+    lost_.store(Lost() + 1, std::memory_order_relaxed);
+    behind_ = true;
+    return false;
+  }
+
+  // Ends the line that was cut, reports what was lost and writes `next`.
+  __attribute__((noinline)) bool CatchUp(std::string_view next) {
+    const CancellationScope hold;
+    if (!EndLine()) return false;
+    ForgetLossOfParent();
+    char room[4096];
+    size_t lost = Lost() - reported_;
+    const size_t report = lost > 0 ? Report(next, lost, room, 256) : 0;
+    if (report == 0) lost = 0;
+    if (report + next.size() > sizeof room) {
+      return WriteReport({room, report}, report, lost) && Append(next);
+    }
+    // In one write, or a pipe that has no room for the record would fill up
+    // with reports.
+    next.copy(room + report, next.size());
+    return WriteReport({room, report + next.size()}, report, lost);
+  }
+
+  // Writes `text`, whose first `size` bytes report `lost` records.
+  bool WriteReport(std::string_view text, size_t size, size_t lost) {
+    const size_t done = Finish(text, WriteSome(text));
+    const bool is_whole = LeaveCut(text, done);
+    if (is_whole || done >= size) reported_ += lost;
+    behind_ = Lost() != reported_ || *line_end_ != '\0';
+    return is_whole;
+  }
+
+  // Puts a record in the format of `next` into `room`, with its time and
+  // thread: a forked child may not be able to ask for the time zone. Returns
+  // its size; 0 when `next` is no record.
+  size_t Report(std::string_view next, size_t lost, char* room,
+                size_t size) const {
+    const bool is_json = next.substr(0, 9) == R"({"time":")";
+    const bool is_record = is_json || next.substr(0, 4) == "[TM=";
+    const std::string_view head =
+        next.substr(0, next.find(is_json ? R"(,"level":)" : "] [LV="));
+    if (!is_record || head.size() > 80) return 0;
+    char number[24];
+    char text[80];
+    snprintf(text, sizeof text, "%zu record%s lost: %s", lost,
+             lost == 1 ? "" : "s", ErrorText(number, sizeof number));
+    const char* const before =
+        is_json ? R"(,"level":"WARN","source":"log","message":")"
+                : "] [LV=WARN ] [FR=log] [MG=";
+    const char* const after =
+        is_json ? "\",\"data\":null}\n" : "] [BN=NULL]\r\n";
+    const int length =
+        snprintf(room, size, "%.*s%s%s%s", static_cast<int>(head.size()),
+                 head.data(), before, text, after);
+    return static_cast<size_t>(length);
+  }
+
+  // Not by strerror, whose locks a forked child may find held.
+  const char* ErrorText(char* room, size_t size) const {
+    static constexpr struct {
+      int error;
+      const char* text;
+    } kTexts[] = {{ENOSPC, "No space left on device"},
+                  {EDQUOT, "Disk quota exceeded"},
+                  {EFBIG, "File too large"},
+                  {EIO, "Input/output error"},
+                  {EPIPE, "Broken pipe"},
+                  {ECONNRESET, "Connection reset by peer"},
+                  {EAGAIN, "Resource temporarily unavailable"},
+                  {EBADF, "Bad file descriptor"}};
+    for (const auto& known : kTexts) {
+      if (known.error == error_) return known.text;
+    }
+    snprintf(room, size, "errno %d", error_);
+    return room;
+  }
+
+  const Clock::duration patience_;
+  bool is_socket_ = false;
+  bool is_slow_ = true;
+  // Each of these is one word, so that a forked child finds none half changed.
+  bool behind_ = false;        // something is to be written before a line
+  const char* line_end_ = "";  // of the line that was cut
+  std::atomic<size_t> lost_{0};
+  size_t reported_ = 0;  // of those lost
+  int failure_ = 0;      // of the last write that failed
+  int error_ = 0;        // by which the first of the others was lost
+  pid_t process_ = 0;    // that lost them
+};
+
+}  // namespace vellix
+#pragma GCC visibility pop
+
+#endif  // VELLIX_TARGET_FD_H_

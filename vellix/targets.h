@@ -1,0 +1,139 @@
+// Log targets for services, to be given to IQuorlLogger::SetLogStream:
+//
+//   FileTarget     a file: rotated, shared, full, all of it handled
+//   FdTarget       a descriptor: standard output, a pipe, a socket
+//   JsonTarget     JSON in front of any target
+//   TeeTarget      several targets, each with a lowest level
+//   CaptureTarget  the records as fields, for tests
+//
+//   static auto* file = new vellix::FileTarget("/var/log/app.log");
+//   GetQuorlLogger()->SetLogStream(file);
+//
+// Header-only, over the interface alone. A target outlives all that can log, so
+// make it with new and leave it. Its Write is for the logger, which calls it
+// under its lock. docs/targets.md has more.
+#ifndef VELLIX_TARGETS_H_
+#define VELLIX_TARGETS_H_
+
+#include <cstddef>
+#include <cstdint>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "vellix/logger.h"
+#include "vellix/record.h"
+#include "vellix/target_fd.h"
+#include "vellix/target_file.h"
+#include "vellix/target_json.h"
+#include "vellix/target_stream.h"
+
+// Modules with other versions of this header share nothing of it.
+#pragma GCC visibility push(hidden)
+namespace vellix {
+
+// Hands each log record to several targets, in the order of Add. One that fails
+// or throws keeps it from none of the others. What is no log record goes to
+// all.
+class TeeTarget : public Target {
+ public:
+  // `target`, which must outlive this, gets the records of `lowest` and above.
+  // For the time before the tee is the log's target. Throws std::bad_alloc.
+  void Add(QuorlBased::IQuorlStream& target,
+           QuorlBased::LogLevel lowest = QuorlBased::LogDebug) {
+    branches_.push_back({&target, lowest});
+  }
+
+  // `count`, or -1 when a target failed or threw. Throws nothing. Cancellation
+  // is held off.
+  int32_t Write(const void* buffer, uint32_t count) override {
+    if (!buffer) return -1;
+    const CancellationScope hold;  // its unwinding could not pass the handler
+    const std::string_view line(static_cast<const char*>(buffer), count);
+    const std::optional<Record> record = ReadRecord(line);
+    bool all = true;
+    for (const Branch& branch : branches_) {
+      if (record && record->level < branch.lowest) continue;
+      all &= TakesAll(*branch.target, buffer, count);
+    }
+    return all ? static_cast<int32_t>(count) : -1;
+  }
+
+ private:
+  struct Branch {
+    QuorlBased::IQuorlStream* target;
+    QuorlBased::LogLevel lowest;
+  };
+
+  static bool TakesAll(QuorlBased::IQuorlStream& target, const void* buffer,
+                       uint32_t count) {
+    try {
+      return target.Write(buffer, count) == static_cast<int32_t>(count);
+    } catch (...) {  // the other targets still get the record
+      return false;
+    }
+  }
+
+  std::vector<Branch> branches_;
+};
+
+// A log record with fields of its own.
+struct CapturedRecord {
+  std::string time, thread, source, message, data;
+  QuorlBased::LogLevel level = QuorlBased::LogDebug;
+};
+
+// Keeps the log's records for a host's own tests. Unlike a CMemoryStream, which
+// clears it at every Write, it leaves the thread's failure record alone.
+class CaptureTarget : public Target {
+ public:
+  // What is no log record is kept as a message. Throws std::bad_alloc.
+  int32_t Write(const void* buffer, uint32_t count) override {
+    if (!buffer) return -1;
+    const std::string_view line(static_cast<const char*>(buffer), count);
+    CapturedRecord captured = Copy(line);
+    const std::lock_guard<std::mutex> hold(mutex_);
+    records_.push_back(std::move(captured));
+    return static_cast<int32_t>(count);
+  }
+
+  // The records so far. Any thread, also while others log.
+  std::vector<CapturedRecord> Records() const {
+    const std::lock_guard<std::mutex> hold(mutex_);
+    return records_;
+  }
+
+  // Forgets them. Any thread.
+  void Clear() {
+    const std::lock_guard<std::mutex> hold(mutex_);
+    records_.clear();
+  }
+
+ private:
+  static CapturedRecord Copy(std::string_view line) {
+    const std::optional<Record> read = ReadRecord(line);
+    CapturedRecord copy;
+    if (read) {
+      copy.time = read->time;
+      copy.thread = read->thread;
+      copy.level = read->level;
+      copy.source = read->source;
+      copy.message = read->message;
+      copy.data = read->data;
+    } else {
+      copy.message = line;
+    }
+    return copy;
+  }
+
+  mutable std::mutex mutex_;
+  std::vector<CapturedRecord> records_;
+};
+
+}  // namespace vellix
+#pragma GCC visibility pop
+
+#endif  // VELLIX_TARGETS_H_
