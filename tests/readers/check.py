@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""check.py <reader>: golden.log, as <reader> reads it, has the fields of golden.fields:
+"""check.py <reader> [program]: golden.log, as <reader> reads it, has the fields of golden.fields:
 time in two forms, thread, level, source, message, data, separated by 0x1F."""
 import json, pathlib, re, subprocess, sys, tempfile
 
@@ -55,9 +55,33 @@ def pattern(file):
         yield [found[name] for name in NAMES] if found else [line]
 
 
+def record():
+    for fields in golden:
+        fields.pop(1)
+    text = output(sys.argv[2], stdin=open(here / "golden.log"))
+    return [row.split("\x1f") for row in text.split("\n")[:-1]]
+
+
+def in_json():
+    def text(field):  # with one sign for all that is not UTF-8
+        return re.sub("\ufffd+", "\ufffd", field)
+    for fields in golden:
+        fields[:2] = []
+        fields[2:4] = [text(f.encode("latin-1").decode("utf-8", "replace"))
+                       for f in fields[2:4]]
+    lines = output(sys.argv[2], "json", stdin=open(here / "golden.log"))
+    for line in lines.encode("latin-1").decode("utf-8").split("\n")[:-1]:
+        row = json.loads(line)
+        assert re.fullmatch(r"\d{4}(-\d\d){2}T\d\d(:\d\d){2}\.\d{6}Z", row["time"])
+        data = row["data"]
+        yield [str(row["thread"]), row["level"], text(row["source"]),
+               text(row["message"]), "NULL" if data is None else data + " "]
+
+
 rows = {"lnav": lnav, "lognormalizer": lognormalizer,
         "fluent_bit": lambda: pattern(share / "vellix_parsers.conf"),
-        "grok": lambda: pattern(share / "vellix.grok")}[sys.argv[1]]()
+        "grok": lambda: pattern(share / "vellix.grok"),
+        "record": record, "json": in_json}[sys.argv[1]]()
 for number, (row, fields) in enumerate(zip(list(rows), golden, strict=True), 1):
     if row != fields:
         sys.exit(f"line {number}:\n{row}\ninstead of\n{fields}")
