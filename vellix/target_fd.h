@@ -99,11 +99,11 @@ class FdTarget : public Target {
     rlimit limit{};
     fstat(fd, &status);
     is_socket_ = S_ISSOCK(status.st_mode);
-    // A regular file takes a write at once, and raises no signal unless its
-    // size is limited.
-    is_slow_ =
-        !(S_ISREG(status.st_mode) && getrlimit(RLIMIT_FSIZE, &limit) == 0 &&
-          limit.rlim_cur == RLIM_INFINITY);
+    // A device raises no signal, and a file only when its size is limited.
+    const bool is_unlimited_file = S_ISREG(status.st_mode) &&
+                                   getrlimit(RLIMIT_FSIZE, &limit) == 0 &&
+                                   limit.rlim_cur == RLIM_INFINITY;
+    is_plain_ = S_ISCHR(status.st_mode) || is_unlimited_file;
   }
 
   int fd_ = -1;
@@ -112,7 +112,7 @@ class FdTarget : public Target {
   using Clock = std::chrono::steady_clock;
 
   ssize_t WriteSome(std::string_view text) const {
-    if (!is_slow_) return write(fd_, text.data(), text.size());
+    if (is_plain_) return write(fd_, text.data(), text.size());
     // The system may cancel a thread that has written a part.
     const CancellationScope hold;
     if (is_socket_) return send(fd_, text.data(), text.size(), MSG_NOSIGNAL);
@@ -274,7 +274,7 @@ class FdTarget : public Target {
 
   const Clock::duration patience_;
   bool is_socket_ = false;
-  bool is_slow_ = true;
+  bool is_plain_ = false;
   // Each of these is one word, so that a forked child finds none half changed.
   bool behind_ = false;        // something is to be written before a line
   const char* line_end_ = "";  // of the line that was cut
