@@ -4,7 +4,7 @@
 //   vellix_read_log json     each line as JsonTarget gives it, with the time
 //   now
 //
-// Fails when a line is no log record.
+// Skips what is no log record, and fails at the end when there was some.
 #include <unistd.h>
 
 #include <iostream>
@@ -33,10 +33,15 @@ int main(int argc, char** argv) {
   vellix::JsonTarget json(out);
   std::string_view log = text;
   std::string_view line;
+  bool all = true;
   while (vellix::TakeLine(log, line)) {
-    if (as_json) json.Write(line.data(), static_cast<uint32_t>(line.size()));
     const auto record = vellix::ReadRecord(line);
-    if (!record) return 1;
-    if (!as_json) PrintFields(*record);
+    all = all && record;
+    if (as_json) {
+      json.Write(line.data(), static_cast<uint32_t>(line.size()));
+    } else if (record) {
+      PrintFields(*record);
+    }
   }
+  return all ? 0 : 1;
 }

@@ -39,7 +39,7 @@ struct Record {
 inline bool TakeLine(std::string_view& log, std::string_view& line) {
   if (log.empty()) return false;
   const size_t end = log.find('\n');
-  line = log.substr(0, end == log.npos ? end : end + 1);
+  line = log.substr(0, end == std::string_view::npos ? end : end + 1);
   log.remove_prefix(line.size());
   return true;
 }
@@ -126,7 +126,7 @@ inline bool TakeData(std::string_view& line, std::string_view& data) {
     }
   }
   const size_t at = line.rfind(kData);
-  if (at == line.npos) return false;
+  if (at == std::string_view::npos) return false;
   data = line.substr(at + kData.size());
   line = line.substr(0, at);
   return IsData(data);
@@ -137,7 +137,7 @@ inline bool ReadAt(std::string_view line, size_t at, Record& record) {
   std::string_view rest = line.substr(at);
   if (!TakeHead(rest, record)) return false;
   const size_t end = rest.find(kMessage);
-  if (end == rest.npos) return false;
+  if (end == std::string_view::npos) return false;
   record.source = rest.substr(0, end);
   record.message = rest.substr(end + kMessage.size());
   record.offset = at;
@@ -158,7 +158,7 @@ inline std::optional<Record> ReadRecord(std::string_view line) {
   if (!record_rule::TakeData(line, record.data)) return {};
   // A record that begins behind the last start of a message is none.
   const size_t last = line.rfind(record_rule::kMessage);
-  if (last == line.npos) return {};
+  if (last == std::string_view::npos) return {};
   for (size_t at = 0; (at = line.find(record_rule::kStart, at)) < last; ++at) {
     if (record_rule::ReadAt(line, at, record)) return record;
   }
@@ -173,9 +173,9 @@ inline std::optional<Record> ReadLastRecord(std::string_view line) {
   Record record;
   if (!record_rule::TakeData(line, record.data)) return {};
   size_t at = line.rfind(record_rule::kMessage);
-  while (at != line.npos && at > 0) {
+  while (at != std::string_view::npos && at > 0) {
     at = line.rfind(record_rule::kStart, at - 1);
-    if (at == line.npos) break;
+    if (at == std::string_view::npos) break;
     if (record_rule::ReadAt(line, at, record)) return record;
   }
   return {};

@@ -207,15 +207,19 @@ class FdTarget : public Target {
     ForgetLossOfParent();
     char room[4096];
     size_t lost = Lost() - reported_;
-    const size_t report = lost > 0 ? Report(next, lost, room, 256) : 0;
+    size_t report = lost > 0 ? Report(next, lost, room, 256) : 0;
     if (report == 0) lost = 0;
-    if (report + next.size() > sizeof room) {
-      return WriteReport({room, report}, report, lost) && Append(next);
+    std::string_view text = next;
+    if (report + next.size() <= sizeof room) {
+      // In one write, or a pipe that has no room for the record would fill up
+      // with reports.
+      next.copy(room + report, next.size());
+      text = {room, report + next.size()};
+    } else if (report > 0) {
+      if (!WriteReport({room, report}, report, lost)) return false;
+      report = lost = 0;
     }
-    // In one write, or a pipe that has no room for the record would fill up
-    // with reports.
-    next.copy(room + report, next.size());
-    return WriteReport({room, report + next.size()}, report, lost);
+    return WriteReport(text, report, lost);
   }
 
   // Writes `text`, whose first `size` bytes report `lost` records.
@@ -237,10 +241,8 @@ class FdTarget : public Target {
     const std::string_view head =
         next.substr(0, next.find(is_json ? R"(,"level":)" : "] [LV="));
     if (!is_record || head.size() > 80) return 0;
-    char number[24];
     char text[80];
-    snprintf(text, sizeof text, "%zu record%s lost: %s", lost,
-             lost == 1 ? "" : "s", ErrorText(number, sizeof number));
+    if (!PutText(lost, text, sizeof text)) return 0;
     const char* const before =
         is_json ? R"(,"level":"WARN","source":"log","message":")"
                 : "] [LV=WARN ] [FR=log] [MG=";
@@ -252,8 +254,19 @@ class FdTarget : public Target {
     return static_cast<size_t>(length);
   }
 
-  // Not by strerror, whose locks a forked child may find held.
-  const char* ErrorText(char* room, size_t size) const {
+  // "12 records lost: …"
+  bool PutText(size_t lost, char* room, size_t size) const {
+    const char* const form = lost == 1 ? "record" : "records";
+    const char* const known = ErrorText();
+    const int length =
+        *known
+            ? snprintf(room, size, "%zu %s lost: %s", lost, form, known)
+            : snprintf(room, size, "%zu %s lost: errno %d", lost, form, error_);
+    return length > 0;
+  }
+
+  // Not by strerror, whose locks a forked child may find held. "" for others.
+  const char* ErrorText() const {
     static constexpr struct {
       int error;
       const char* text;
@@ -268,8 +281,7 @@ class FdTarget : public Target {
     for (const auto& known : kTexts) {
       if (known.error == error_) return known.text;
     }
-    snprintf(room, size, "errno %d", error_);
-    return room;
+    return "";
   }
 
   const Clock::duration patience_;

@@ -220,9 +220,11 @@ class FileTarget : public FdTarget {
     OpenAgain();
   }
 
+  // Stops where one cannot be renamed: it must not be overwritten.
   void Rename() const {
     for (size_t i = names_.size() - 1; i > 0; --i) {
-      rename(names_[i - 1].c_str(), names_[i].c_str());
+      const int result = rename(names_[i - 1].c_str(), names_[i].c_str());
+      if (result != 0 && errno != ENOENT) return;
     }
   }
 
