@@ -20,9 +20,9 @@
 
 #include "vellix/exceptions.h"
 #include "vellix/logger.h"
-#include "vellix/visibility.h"
 
-namespace VELLIX_HIDDEN vellix {
+#pragma GCC visibility push(hidden)
+namespace vellix {
 
 // The library as a module that is opened at run time. It stays in the process
 // when this object dies, unless the host calls Unload before.
@@ -144,7 +144,7 @@ class Library {
   QuorlBased::IQuorlLogger* (*get_logger_)() = nullptr;
 };
 
-// NOLINTNEXTLINE(google-readability-namespace-comments): takes in the macro
 }  // namespace vellix
+#pragma GCC visibility pop
 
 #endif  // VELLIX_LOADER_H_

@@ -28,7 +28,6 @@
 
 #include "vellix/log_forms.h"
 #include "vellix/logger.h"
-#include "vellix/visibility.h"
 
 // The threshold is tested where the call stands: g++ passes the arguments on
 // from a function that it has inlined. clang cannot and calls a function, which
@@ -49,7 +48,8 @@
   va_end(args)
 #endif
 
-namespace VELLIX_HIDDEN vellix {
+#pragma GCC visibility push(hidden)
+namespace vellix {
 
 class Log;
 
@@ -294,8 +294,8 @@ inline LogLine::~LogLine() noexcept(false) {
   if (buffer_) log_.WriteLine(level_, buffer_);
 }
 
-// NOLINTNEXTLINE(google-readability-namespace-comments): takes in the macro
 }  // namespace vellix
+#pragma GCC visibility pop
 
 #undef VELLIX_PRINTF
 #undef VELLIX_WRITE_PRINTF

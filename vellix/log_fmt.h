@@ -17,9 +17,8 @@
 #ifndef __cpp_lib_format
 #include <fmt/format.h>
 
-#include "vellix/visibility.h"
-
-namespace VELLIX_HIDDEN vellix {
+#pragma GCC visibility push(hidden)
+namespace vellix {
 inline namespace braces_of_fmt {
 
 template <typename Target>
@@ -50,8 +49,8 @@ struct Braces {
 };
 
 }  // namespace braces_of_fmt
-// NOLINTNEXTLINE(google-readability-namespace-comments): takes in the macro
 }  // namespace vellix
+#pragma GCC visibility pop
 #endif
 
 #endif  // VELLIX_LOG_FMT_H_

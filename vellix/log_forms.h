@@ -14,9 +14,9 @@
 #endif
 
 #include "vellix/logger.h"
-#include "vellix/visibility.h"
 
-namespace VELLIX_HIDDEN vellix {
+#pragma GCC visibility push(hidden)
+namespace vellix {
 
 // A block of bytes; at most 1024 are dumped.
 struct Bytes {
@@ -85,7 +85,7 @@ struct Braces;
 template <typename First, typename... Rest>
 using FormatOf = typename Braces<First, Rest...>::Format;
 
-// NOLINTNEXTLINE(google-readability-namespace-comments): takes in the macro
 }  // namespace vellix
+#pragma GCC visibility pop
 
 #endif  // VELLIX_LOG_FORMS_H_
