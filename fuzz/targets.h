@@ -86,6 +86,7 @@ inline void Hex(Input in) {
   }
   REQUIRE(BinaryToHexString(digits.data(), uint32_t(hex.size()), seps) == dump);
   const string text = hex.c_str();
+  out = hex;
   const string bytes = text.size() % 2 ? out : Pairs(text);
   REQUIRE(hex2bin(digits, out) == (text.size() % 2 ? 0 : bytes.size()));
   REQUIRE(out == bytes);

@@ -13,6 +13,10 @@ TEST(C, FailureRecordAndLoggerBySlot) {
   EXPECT_FAILURE(support::Recorded(), 7, "broken", "pump.c");
   vellix_clear_failure();
   EXPECT_STREQ(vellix_last_failure().msg, "");
+  vellix_exception* const record = vellix_get_exception();
+  record->table->Copy(record, record);
+  EXPECT_NE(support::ReadFile(dir / "log").find("pump.c Line: 9"),
+            std::string::npos);
   EXPECT_NE(c->table->IsExpLogEnabled(c), c->table->IsLogging(c, nullptr));
   c->table->EnableExpLog(c, false);
   EXPECT_FALSE(GetQuorlLogger()->IsExpLogEnabled());

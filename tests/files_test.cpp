@@ -287,6 +287,13 @@ TEST(Temp, AnOwnedFileIsRemoved) {
   }
 }
 
+TEST(Env, NothingToDeleteOrFreeIsNoFailure) {
+  support::PlantFailure();
+  EXPECT_TRUE(delete_environment_variable("VELLIX_NONE"));
+  EXPECT_FALSE(support::FailurePlanted());
+  free_dll(nullptr);
+}
+
 TEST(Env, LoadPathGrowsByWhatIsNotInIt) {
   setenv("LD_LIBRARY_PATH", "/a:/b", 1);
   dll_set_load_path("/b");

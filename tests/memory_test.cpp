@@ -71,6 +71,8 @@ TEST(DataBuffer, GivesAcrossBlocksWhatWasPushedAtBothEnds) {
   EXPECT_EQ(buffer.Pop(taken, 7), 7U);
   EXPECT_STREQ(taken, "headdyt");
   EXPECT_EQ(buffer.GetDataSize(), 3U);
+  buffer.Clear();
+  EXPECT_EQ(buffer.GetDataSize(), 0U);
 }
 
 TEST(DataBuffer, WithALockThreadsMayShareIt) {

@@ -133,6 +133,10 @@ TEST_F(FileStream, SetSizeGoesToTheStartOrSaysThatItCannotSeek) {
   EXPECT_TRUE(stream.SetSize(5));
   EXPECT_EQ(stream.GetPosition(), 0);
   EXPECT_EQ(stream.GetSize(), 5);
+  EXPECT_FALSE(CFileStream(name, kOpenRead).SetSize(1));
+  support::PlantFailure();
+  (new CHandleStream(0))->Free();
+  EXPECT_EQ(Recorded().code, 0);
   int ends[2];
   ASSERT_EQ(pipe(ends), 0);
   support::Log();

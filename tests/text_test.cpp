@@ -44,7 +44,8 @@ TEST(Codecs, Base64ReadsItsAlphabetAndWhatIsOutside) {
       "00108310518720928B30D38F41149351559761969B71D79F"
       "8218A39259A7A29AABB2DBAFC31CB3D35DB7E39EBBF3DFBF");
   // Outside the alphabet, the bits of the group before stay.
-  EXPECT_EQ(decode("QUJD-_!?"), "414243414243");
+  EXPECT_EQ(decode("QUJDQUJDQUJDQUJD-_!?"), "414243414243414243414243414243");
+  EXPECT_EQ(chr2hex('A'), 0xFF);
 }
 
 TEST(Parsers, CommandLineIsTakenApart) {
@@ -108,6 +109,7 @@ TEST(Numbers, PictureIsFittedIntoTheMiddle) {
                "139,0.5,149.75,140.75"},
               {FillRect(0, 0, 1920, 1080), 1920, 800, "0,140,1920,940",
                "0,0,1920,140", "0,940,1920,1080"},
+              {FillRect(0, 0, 4, 3), 8, 6, "0,0,4,3", "0,0,4,0", "0,3,4,3"},
               {FillRect(1, 2, 3, 4), 9, 0, "1,2,3,4", "9,9,9,9", "9,9,9,9"}};
   for (const auto& row : rows) {
     rect_t first = FillRect(9, 9, 9, 9), second = first;

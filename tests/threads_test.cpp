@@ -136,12 +136,14 @@ TEST(Threads, OutcomeIsKeptWhateverWayTheBodyEnds) {
     int failure;
   } rows[] = {
       {plant, 7, 1}, {raise, UINT32_MAX, 5}, {exit_thread, UINT32_MAX, 0}};
+  GetQuorlLogger()->SetLogStream(new CMemoryStream);  // clears the record
   for (const auto& row : rows) {
     Thread thread(row.body);
     uint32_t code = 1;
     EXPECT_FALSE(thread.GetExitCode(code));
     thread.Resume();
     EXPECT_TRUE(thread.Wait(0xFFFFFFFE));
+    EXPECT_TRUE(thread.Wait(0));
     EXPECT_TRUE(thread.GetExitCode(code));
     EXPECT_EQ(code, row.exit_code);
     EXPECT_EQ(thread.GetThreadException()->GetCode(), row.failure);
@@ -210,7 +212,10 @@ TEST(Process, ExitCodeTellsHowTheProgramEnded) {
       {"/nonexistent/program", false, 254},
       {"sh -c \"kill -HUP $$; exit 4\"", false, 0xFFFFFFFF},
       {"sh -c \"kill -HUP $$; exit 4\"", true, 4},
+      {"sh -c \"kill -USR1 $$; exit 5\"", false, 5},
   };
+  signal(SIGHUP, SIG_DFL);
+  signal(SIGUSR1, SIG_IGN);
   for (const auto& row : rows) {
     CQuorlBasedProcess process(row.line);
     EXPECT_TRUE(row.background ? process.RunBackgroundly(false)
@@ -312,6 +317,16 @@ TEST(Process, TerminateOnTwoThreadsLeavesTheNextRunAlone) {
     process.Terminate(6);
     EXPECT_EQ(ExitCode(process), 6U);
   }
+  EXPECT_EQ(created, joined);
+}
+
+TEST(Process, TheLauncherOfTheRunBeforeIsJoined) {
+  CQuorlBasedProcess process("true");
+  for (int round = 0; round < 2; ++round) {
+    ASSERT_TRUE(process.Run(false));
+    EXPECT_TRUE(process.Wait(kWaitForever));
+  }
+  EXPECT_EQ(joined, 1);
 }
 
 TEST(Process, DestructorWaitsForTheChild) {
