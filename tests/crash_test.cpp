@@ -1,5 +1,5 @@
-// The parts of a crash record that need no crash; those that do:
-// crash/check.py.
+// The part of a crash record that needs no crash; examples/crashes.cpp tests
+// the others.
 #include "support/support.h"
 #include "vellix/crash_record.h"
 
