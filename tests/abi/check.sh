@@ -38,41 +38,18 @@ headers() {
     grep -vxF "$public"
 }
 
-# formats <compiler>...: each call whose arguments do not fit its format is
-# reported, in the printf form with -Wformat=2, and none that fits.
+# formats <compiler>...: a call whose arguments do not fit its format is reported.
 formats() {
-  local compiler call
-  # <format and arguments>...: a call of each function that takes them.
-  printf_calls() {
-    for call in "$@"; do
-      printf 'log.%sf('"$call);\n" Debug Info Warn Error Fatal
-      printf "log.Writef(QuorlBased::LogInfo, $call);\nQuorlBased::Format($call);\n"
-    done
-  }
-  braces_calls() {
-    for call in "$@"; do
-      printf 'log.%s('"$call);\n" Debug Info Warn Error Fatal
-      printf "log.Write(QuorlBased::LogInfo, $call);\n"
-    done
-  }
-  # reports <standard> <calls>: on how many of the lines there is a report.
-  reports() {
-    { "$compiler" "-std=c++$1" -fsyntax-only -I. -Wall -Wextra -Wformat=2 \
-      -include vellix/log_fmt.h -include vellix/sysutils_strings.h -x c++ - \
-      2>&1 || true; } <<<"void Call(const vellix::Log& log, const char* text) {
-$2
-log.Info(text); }" | sed -nE 's/^<stdin>:([0-9]+):[0-9]+:.*/\1/p' |
-      sort -u | wc -l
-  }
-  local fits='"%%d %%s", 42, text' braces='"{:d} {}"'
+  local compiler mode calls='log.Debugf("%s", 42); log.Infof("%d", text);
+    log.Warnf("%d"); log.Errorf("%d", 1, 2); log.Fatalf(text);
+    log.Writef(QuorlBased::LogInfo, "%s", 42); QuorlBased::Format("%s", 42);
+    log.Info(BRACES("{:d}"), text);'
   for compiler in "$@"; do
-    [ "$(reports 17 "$(printf_calls "$fits")")" = 0 ]
-    [ "$(reports 17 "$(printf_calls '"%%s", 42' '"%%d"' '"%%d", text' \
-      '"%%d", 1, 2' text)")" = 35 ]
-    for call in "20 $braces" "17 FMT_STRING($braces)"; do
-      [ "$(reports "${call%% *}" "$(braces_calls "${call#* }, 42, text")")" = 0 ]
-      [ "$(reports "${call%% *}" "$(braces_calls "${call#* }, text, text" \
-        "${call#* }, 42")")" = 12 ]
+    for mode in '17 -DBRACES=FMT_STRING' '20 -DBRACES='; do
+      diff <(seq 8) <("$compiler" -std=c++$mode -fsyntax-only -I. -Wformat=2 -include \
+        vellix/log_fmt.h -include vellix/sysutils_strings.h -x c++ - 2>&1 \
+        <<<"void Call(const vellix::Log& log, const char* text) { ${calls//; /;$'\n'} }" |
+        sed -nE 's/^<stdin>:([0-9]+):.*/\1/p' | sort -u)
     done
   done
 }
