@@ -54,6 +54,17 @@ formats() {
   done
 }
 
+# hidden <compiler>...: no module lends its copy of the headers to another one.
+hidden() {
+  local compiler module=$(mktemp)
+  for compiler in "$@"; do
+    "$compiler" -std=c++17 -fkeep-inline-functions -shared -fPIC -I. -o "$module" \
+      -include vellix/crash.h -include vellix/loader.h examples/format_braces.cpp
+    ! nm -DC "$module" | grep 'vellix::' || exit 1
+  done
+  rm "$module"
+}
+
 # Includes point down only: no loops, no core in the toolkit, none in the platform.
 layers() {
   local core toolkit own
