@@ -59,7 +59,8 @@ hidden() {
   local compiler module=$(mktemp)
   for compiler in "$@"; do
     "$compiler" -std=c++17 -fkeep-inline-functions -shared -fPIC -I. -o "$module" \
-      -include vellix/crash.h -include vellix/loader.h examples/format_braces.cpp
+      -include vellix/crash.h -include vellix/loader.h -include vellix/targets.h \
+      examples/format_braces.cpp
     ! nm -DC "$module" | grep 'vellix::' || exit 1
   done
   rm "$module"
