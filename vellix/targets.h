@@ -17,12 +17,12 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <list>
 #include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
-#include <vector>
 
 #include "vellix/logger.h"
 #include "vellix/record.h"
@@ -77,10 +77,11 @@ class TeeTarget : public Target {
     }
   }
 
-  std::vector<Branch> branches_;
+  std::list<Branch> branches_;
 };
 
-// A log record with fields of its own.
+// A log record with fields of its own. Here and below in lists: of a vector of
+// hidden types g++ makes functions that other modules share.
 struct CapturedRecord {
   std::string time, thread, source, message, data;
   QuorlBased::LogLevel level = QuorlBased::LogDebug;
@@ -101,7 +102,7 @@ class CaptureTarget : public Target {
   }
 
   // The records so far. Any thread, also while others log.
-  std::vector<CapturedRecord> Records() const {
+  std::list<CapturedRecord> Records() const {
     const std::lock_guard<std::mutex> hold(mutex_);
     return records_;
   }
@@ -130,7 +131,7 @@ class CaptureTarget : public Target {
   }
 
   mutable std::mutex mutex_;
-  std::vector<CapturedRecord> records_;
+  std::list<CapturedRecord> records_;
 };
 
 }  // namespace vellix
