@@ -58,6 +58,6 @@ for page in [*root.glob("*.md"), *root.glob("docs/*.md")]:
         place = f"{page.name}, block {i // 3 + 1}"
         print(place, flush=True)  # the last one is that of a fault
         check(place, kind, code, expected if next_kind == "text" else "")
-for kind, headers in ("c", "c"), ("cpp", "crash loader log_fmt sysutils targets"):
-    includes = "".join(f'#include "vellix/{h}.h"\n' for h in headers.split())
+for kind, names in ("c", "c"), ("cpp", "crash loader log_fmt sysutils targets"):
+    includes = "".join(f'#include "vellix/{h}.h"\n' for h in names.split())
     compile(kind, includes + fragments[kind], "-fsyntax-only")
