@@ -87,7 +87,7 @@ TEST(Guard, RecordsWhatLeavesTheBodyAndLogsItsOwnFailures) {
 }
 
 TEST(Guard, LeavesAnExceptionThatTheHostKeepsWhole) {
-  struct Own : CBaseException {
+  struct Own final : CBaseException {
     using CBaseException::CBaseException;
     const char* GetExceptionMsg() const override {
       return *GetMsg() ? "own" : "moved from";

@@ -203,7 +203,11 @@ inline void DescribeException(char (&text)[1000]) {
 
 [[noreturn]] inline void OnTerminate() {
   char text[1000] = "std::terminate";
-  DescribeException(text);
+  static thread_local bool describing = false;  // a text may throw in its turn
+  if (!describing) {
+    describing = true;
+    DescribeException(text);
+  }
   const auto put_text = [&](Line& line) { line.Message(text); };
   int ignored = 0;
   pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &ignored);
@@ -237,6 +241,10 @@ inline void* MakeStack(size_t& size) {
   return memory;
 }
 
+inline bool Restarts(const struct sigaction& action) {
+  return action.sa_handler == SIG_IGN || (action.sa_flags & SA_RESTART) != 0;
+}
+
 inline void Install() {
   State& s = sState;
   s.owner = 0;
@@ -250,14 +258,16 @@ inline void Install() {
   Record([](Line&) {}, nullptr, false);
   struct sigaction action {};
   action.sa_sigaction = OnSignal;
-  // A fault in the handler enters it again; nothing else interrupts it.
-  action.sa_flags = SA_SIGINFO | SA_ONSTACK | SA_NODEFER;
   sigfillset(&action.sa_mask);
   for (const int signal : kSignals) sigdelset(&action.sa_mask, signal);
   for (size_t i = 0; i < std::size(kSignals); ++i) {
     struct sigaction before {};
     sigaction(kSignals[i], nullptr, &before);
     if (before.sa_sigaction != OnSignal) s.before[i] = before;
+    // A fault in the handler enters it again; nothing else interrupts it. A
+    // system call that went on through the signal still does.
+    action.sa_flags = SA_SIGINFO | SA_ONSTACK | SA_NODEFER;
+    if (Restarts(s.before[i])) action.sa_flags |= SA_RESTART;
     sigaction(kSignals[i], &action, nullptr);
   }
   const std::terminate_handler before = std::get_terminate();
@@ -278,6 +288,7 @@ inline CrashStack::~CrashStack() {
 }
 
 inline bool RecordCrashes(const char* path) {
+  if (!path) errno = EINVAL;
   if (!path || !crash_internal::SetPath(path)) return false;
   crash_internal::Install();
   return true;

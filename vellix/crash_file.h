@@ -9,6 +9,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <climits>
 #include <csignal>
 #include <cstddef>
@@ -73,11 +74,9 @@ inline bool IsTorn(int log) {
 
 // ---- At installation ----
 
-// Takes `to` for the destination, with a new spare descriptor.
+// Takes `to` for the destination, with a new spare descriptor. Those of an
+// earlier call stay open: their numbers may be the host's by now.
 inline void Set(Destination to) {
-  const Destination& before = sDestination;
-  if (IsSameFile(before.descriptor, before.file)) close(before.descriptor);
-  if (IsSameFile(before.spare, before.spare_file)) close(before.spare);
   const int root = open("/", O_PATH | O_CLOEXEC);
   to.spare = fcntl(root, F_DUPFD_CLOEXEC, 3);
   fstat(to.spare, &to.spare_file);
@@ -105,7 +104,10 @@ inline bool MakeAbsolute(const char* path, char (&absolute)[PATH_MAX]) {
   char directory[PATH_MAX] = "";
   if (path[0] != '/' && !getcwd(directory, sizeof directory)) return false;
   const size_t prefix = path[0] == '/' ? 0 : strlen(directory) + 1;
-  if (prefix + strlen(path) >= sizeof absolute) return false;
+  if (prefix + strlen(path) >= sizeof absolute) {
+    errno = ENAMETOOLONG;
+    return false;
+  }
   memcpy(absolute, directory, prefix);
   if (prefix > 0) absolute[prefix - 1] = '/';
   memcpy(absolute + prefix, path, strlen(path) + 1);

@@ -140,9 +140,13 @@ inline void PutSignal(Line& line, size_t index, const siginfo_t& info) {
   }
   line.Text(kSignalNames[index]);
   line.Text(" (");
-  if (name) line.Text(name);
-  if (!name)
-    line.Text("code "), line.Number(static_cast<uint32_t>(info.si_code));
+  if (name) {
+    line.Text(name);
+  } else {
+    const int64_t code = info.si_code;
+    line.Text(code < 0 ? "code -" : "code ");
+    line.Number(static_cast<uint64_t>(code < 0 ? -code : code));
+  }
   if (info.si_code <= 0) {
     line.Text(") from process ");
     line.Number(static_cast<uint64_t>(info.si_pid));

@@ -46,7 +46,8 @@ class FdTarget : public Target {
   // `fd` stays the caller's and open, and of the kind that it is now.
   explicit FdTarget(int fd, std::chrono::milliseconds patience =
                                 std::chrono::milliseconds(1000))
-      : patience_(patience) {
+      : patience_(std::min<std::chrono::milliseconds>(
+            patience, std::chrono::hours(24 * 365))) {
     const ErrnoScope keep;
     Use(fd);
   }
@@ -89,7 +90,7 @@ class FdTarget : public Target {
     const std::string_view end = line_end_;
     if (end.empty()) return true;
     const size_t done = Finish(end, WriteSome(end));
-    line_end_ += done;
+    line_end_ = end.data() + done;  // Mend may have set another
     return done == end.size();
   }
 
@@ -112,13 +113,14 @@ class FdTarget : public Target {
   using Clock = std::chrono::steady_clock;
 
   ssize_t WriteSome(std::string_view text) const {
-    if (is_plain_) return write(fd_, text.data(), text.size());
     // The system may cancel a thread that has written a part.
     const CancellationScope hold;
+    if (is_plain_) return write(fd_, text.data(), text.size());
     if (is_socket_) return send(fd_, text.data(), text.size(), MSG_NOSIGNAL);
     WriteSignalScope signals;
     const ssize_t written = write(fd_, text.data(), text.size());
-    if (written == -1) signals.Failed();
+    // A pipe whose reader leaves in between raises it for a part, too.
+    if (written != static_cast<ssize_t>(text.size())) signals.Failed();
     return written;
   }
 
@@ -216,7 +218,9 @@ class FdTarget : public Target {
       next.copy(room + report, next.size());
       text = {room, report + next.size()};
     } else if (report > 0) {
-      if (!WriteReport({room, report}, report, lost)) return false;
+      if (!WriteReport({room, report}, report, lost) || !EndLine()) {
+        return false;
+      }
       report = lost = 0;
     }
     return WriteReport(text, report, lost);
@@ -226,7 +230,7 @@ class FdTarget : public Target {
   bool WriteReport(std::string_view text, size_t size, size_t lost) {
     const size_t done = Finish(text, WriteSome(text));
     const bool is_whole = LeaveCut(text, done);
-    if (is_whole || done >= size) reported_ += lost;
+    if (is_whole || done + 1 >= size) reported_ += lost;
     behind_ = Lost() != reported_ || *line_end_ != '\0';
     return is_whole;
   }

@@ -182,8 +182,9 @@ class FileTarget : public FdTarget {
 
   bool OpenAgain() {
     const int old = IsOwn() ? fd_ : -1;  // the new one may get its number
+    reopen_.store(0, std::memory_order_relaxed);  // a later one stays
     const int fresh = Open();
-    reopen_.store(fresh == -1 ? 1 : 0, std::memory_order_relaxed);
+    if (fresh == -1) Reopen();
     if (fresh == -1) return false;
     if (old != -1) EndLine();
     Adopt(fresh);
