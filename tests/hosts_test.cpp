@@ -30,7 +30,8 @@ __attribute__((constructor(101))) static void BeTheFirst() {
 }
 
 WRAP(int, pthread_key_delete, (pthread_key_t key)) {
-  if (!release_in_teardown) return __real_pthread_key_delete(key);
+  const bool ours = key == TLSKeyKeeper::sTLSIndex;
+  if (!ours || !release_in_teardown) return __real_pthread_key_delete(key);
   ReleaseQuorlException();
   if (pthread_getspecific(key)) _exit(1);  // would be destroyed once more
   __real_pthread_key_delete(key);
@@ -200,8 +201,8 @@ TEST(Hosts, ChangeATextThatIsBeingLogged) {
   char* const text = Shared<std::array<char, 3000>>().data();
   memset(text, 'x', 2999);
   const pid_t parent = getpid(), child = fork();
-  for (char c = 'x'; child == 0 && getppid() == parent; c ^= 'x' ^ '\n') {
-    memset(text + 1, c, 2900);
+  for (unsigned i = 0; child == 0 && getppid() == parent; ++i) {
+    memset(text + 1, i & 32 ? '\n' : 'x', 2900);
   }
   for (int i = 0; i < 20000; ++i) {
     GetQuorlLogger()->Log(LogInfo, "f", text, nullptr, 0);
