@@ -20,7 +20,10 @@ WRAP(int, usleep, (unsigned time)) {
 WRAP(int, pthread_cond_wait, (pthread_cond_t * cond, pthread_mutex_t* mutex)) {
   // The first wait of each thread wakes spuriously.
   static thread_local bool woken = false;
-  if (!std::exchange(woken, true)) return 0;
+  if (!woken) {
+    woken = true;
+    return 0;
+  }
   ++asleep;
   return __real_pthread_cond_wait(cond, mutex);
 }
@@ -136,7 +139,8 @@ TEST(Threads, OutcomeIsKeptWhateverWayTheBodyEnds) {
     int failure;
   } rows[] = {
       {plant, 7, 1}, {raise, UINT32_MAX, 5}, {exit_thread, UINT32_MAX, 0}};
-  GetQuorlLogger()->SetLogStream(new CMemoryStream);  // clears the record
+  static CMemoryStream log;  // clears the record
+  GetQuorlLogger()->SetLogStream(&log);
   for (const auto& row : rows) {
     Thread thread(row.body);
     uint32_t code = 1;
