@@ -1,6 +1,6 @@
 /* A stream in plain C that keeps the last bytes of what is written to it: a
- * flight recorder for the log. What is written goes to the end; position 0 is
- * the oldest byte that is left. */
+ * flight recorder for the log. Writes append; position 0 is the oldest byte
+ * that is left. */
 #include "c_stream.h"
 
 #include <string.h>

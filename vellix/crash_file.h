@@ -99,7 +99,7 @@ inline int FindWriter(const struct stat& file) {
   return found;
 }
 
-// Of a path that may be a link, which a rotation may change.
+// Keeps links in the path: a rotation may change them.
 inline bool MakeAbsolute(const char* path, char (&absolute)[PATH_MAX]) {
   char directory[PATH_MAX] = "";
   if (path[0] != '/' && !getcwd(directory, sizeof directory)) return false;

@@ -82,7 +82,7 @@ class Line {
   void Text(const char* text) {
     while (*text && size_ < kRoom) text_[size_++] = *text++;
   }
-  // Of a text that may hold line ends: they become \n and \r, as in the log.
+  // Appends a text; its line ends become \n and \r, as in the log.
   void Message(const char* text) {
     for (; *text && size_ < kRoom; ++text) {
       if (*text == '\n' || *text == '\r') text_[size_++] = '\\';

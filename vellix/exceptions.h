@@ -94,7 +94,7 @@ class CBaseException : public IQuorlException {
 };
 
 // The object behind GetQuorlException, one per thread. Inside the library only.
-// What is copied into it is written to the log. Defined in
+// Copying a failure into it also writes a log record. Defined in
 // exceptions_store.cpp, as TLSKeyKeeper.
 class CQuorlException final : public CBaseException {
  public:

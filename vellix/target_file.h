@@ -24,7 +24,7 @@
 namespace vellix {
 
 struct FileOptions {
-  // Of a file that is created, less the umask.
+  // The mode of a new file, less the umask.
   mode_t mode = 0640;
 
   // Above 0: before a record would make the file larger than this, the file

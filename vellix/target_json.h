@@ -146,7 +146,7 @@ class UtcText {
 //   "source":"net","message":"up","data":"0F A0"}
 //
 // `time` is UTC, taken in Write under the logger's lock. `data` is null without
-// a dump. Of a line that is no log record, all is the message, and `thread`,
+// a dump. A line that is no log record becomes the message; its `thread`,
 // `level` and `source` are null. A byte that is not UTF-8 becomes U+FFFD; a
 // line end in a text stands as the log has it, as a backslash and a letter.
 //
