@@ -37,6 +37,26 @@ need() {
   } >&2 </dev/null || fail "apt-get could not install them. $advice"
 }
 
+# unpack <package>...: puts the packages, and what they need and is not there,
+# into build/tools. They are not installed: each is a service, and some exclude
+# each other.
+unpack() {
+  local package files file
+  for package in "$@"; do
+    files=build/tools/packages/$package
+    [ ! -e "$files/unpacked" ] || continue
+    echo "Unpacking: $package" >&2
+    mkdir -p "$files/partial"
+    apt-get install -qqy --no-install-recommends --reinstall --download-only \
+      -o Debug::NoLocking=1 -o Dir::Cache::archives="$PWD/$files" "$package" \
+      >&2 </dev/null || fail "apt-get could not download $package. Is its list of packages there (apt-get update)?"
+    for file in "$files"/*.deb; do
+      dpkg-deb -x "$file" build/tools
+    done
+    touch "$files/unpacked"
+  done
+}
+
 # need_build_tools: what every preset needs.
 need_build_tools() {
   need g++ cmake ninja=ninja-build \
@@ -50,7 +70,8 @@ need_test_tools() {
     /usr/include/fmt/format.h=libfmt-dev \
     dpkg-shlibdeps=dpkg-dev file python3 lnav \
     lognormalizer=liblognorm-utils doxygen \
-    /usr/include/sqlite3.h=libsqlite3-dev
+    /usr/include/sqlite3.h=libsqlite3-dev jq
+  unpack rsyslog syslog-ng-core logrotate systemd-journal-remote
 }
 
 # need_bench_tools: what the benchmarks call. Peers are measured if they are

@@ -1,14 +1,15 @@
 #!/usr/bin/env python3
-"""golden.log, as each reader reads it, has the fields of golden.fields: time in
-two forms, thread, level, source, message, data, separated by 0x1F."""
-import functools, json, pathlib, re, subprocess, sys, tempfile
+"""Readers find the fields of golden.fields, split at 0x1F, in golden.log."""
+import functools, itertools, json, os, pathlib, re, subprocess, sys, tempfile
 
 here = pathlib.Path(__file__).parent
-share = here.parents[1] / "share/vellix"
-log, golden = ((here / name).read_text("latin-1").split("\n")[:-1]
-               for name in ("golden.log", "golden.fields"))
-NAMES = ("time", "thread", "level", "from", "message", "data")
+log, root = here / "golden.log", here.parents[1]
+share = root / "share/vellix"
+page = (root / "docs/log-readers.md").read_text()
+golden = [line.split("\x1f") for line in
+          (here / "golden.fields").read_text("latin-1").split("\n")[:-1]]
 output = functools.partial(subprocess.check_output, encoding="latin-1")
+os.environ["TZ"] = "IST-5:30"
 
 
 def lnav():
@@ -17,7 +18,7 @@ def lnav():
         env = {"HOME": home, "PATH": "/usr/bin:/bin"}
         output(["lnav", "-i", share / "vellix_log.json"], env=env)
         rows = output(["lnav", "-n", "-c", f";SELECT {names} FROM vellix_log",
-                       "-c", ":write-json-to -", here / "golden.log"], env=env)
+                       "-c", ":write-json-to -", log], env=env)
     return [[str(value) for value in row.values()] for row in json.loads(rows)]
 
 
@@ -27,40 +28,51 @@ def for_lnav(_, time, thread, level, source, message, data):
     return [time + ".000", thread, level, source, message, data]
 
 
-def lognormalizer():
-    rows = output(["lognormalizer", "-r", share / "vellix.rulebase"],
-                  stdin=open(here / "golden.log"))
-    for row in map(json.loads, rows.split("\n")[:-1]):
-        if both := row.get("message_and_data"):
-            row["message"], row["data"] = both[:-1].rsplit("] [BN=", 1)
-        yield [row.get(name, "") for name in NAMES]
+def stored_as_page_says(section, *command):
+    with tempfile.TemporaryDirectory() as work:
+        text = page.split(f"## {section}\n")[1].split("```")[1]
+        for shown, own in (
+                ("/var/log/app.log", f"{log}"),
+                ("/var/log/app.json", "/dev/stdout"),
+                ("/var/spool/rsyslog", work),
+                (r'include\(.*/(.*)"\)', lambda f: (share / f[1]).read_text()),
+                ("/usr/share/vellix", f"{share}")):
+            text = re.sub(shown, own, text)
+        pathlib.Path(work, "conf").write_text(text)
+        with subprocess.Popen(
+                ["timeout", "300", root / ".ci/unpacked", *command, "conf"],
+                cwd=work, stdout=subprocess.PIPE, encoding="latin-1") as daemon:
+            rows = [*itertools.islice(daemon.stdout, len(golden))]
+            daemon.terminate()
+    for row in rows:
+        row = re.sub(r"\\\\x(..)", lambda code: chr(int(code[1], 16)), row)
+        yield [str(value) for _, value in sorted(json.loads(row).items())]
 
 
-def pattern(file):
-    pattern = re.search("(VELLIX_LOG|Regex) +(.*)", file.read_text())[2]
-    pattern = pattern.replace("(?<", "(?P<").replace("(?>", "(?:")
-    for line in log:  # with its carriage return and without
-        found = re.match(pattern, line) and re.match(pattern, line.rstrip("\r"))
-        yield [*found.group(*NAMES)] if found else [line]
+def for_daemons(time, when, thread, level, source, message, data):
+    severity = {"DEBUG": 7, "INFO": 6, "WARN": 4, "FATAL": 2}.get(level, 3)
+    when = when.replace(" ", "T") + "+05:30"
+    return [data, source, level, message, str(severity), thread, time, when]
 
 
-def in_json(program):
-    rows = output([program, "json"], stdin=open(here / "golden.log"))
-    for row, fields in zip(rows.split("\n")[:-1], golden, strict=True):
-        time, *texts, data = json.loads(row).values()
-        assert re.fullmatch(r"[-\d]{10}T[:\d]{8}\.\d{6}Z", time), time
-        texts = [*map(str, texts), "NULL" if data is None else data + " "]
-        # U+FFFD stands for what is not UTF-8.
-        yield fields[2:] if "\xEF\xBF\xBD" in row else texts
+def jq():
+    recipe = re.search("^jq -r '(.*)' app.json$", page, re.M)[1]
+    rows = output([sys.argv[2], "json"], stdin=open(log))
+    return output(["jq", "-r", recipe], input=rows).split("\n")[:-1]
 
 
-golden = [line.split("\x1f") for line in golden]
-as_written = [[time, *fields] for time, _, *fields in golden]
-for reader, rows, expected in (
-        ("lnav", lnav(), [for_lnav(*fields) for fields in golden]),
-        ("lognormalizer", lognormalizer(), as_written),
-        ("Fluent Bit", pattern(share / "vellix_parsers.conf"), as_written),
-        ("grok", pattern(share / "vellix.grok"), as_written),
-        ("JsonTarget", in_json(sys.argv[2]), [f[2:] for f in golden])):
-    for row, fields in zip(rows, expected, strict=True):
-        assert row == fields, f"{reader} reads\n{row}\ninstead of\n{fields}"
+def for_jq(*fields):
+    row = re.sub("NULL$| $", "", "\t".join(fields[2:])).encode("latin-1")
+    return row.decode(errors="replace").encode().decode("latin-1")
+
+
+rsyslog = stored_as_page_says("rsyslog", "rsyslogd", "-n", "-iNONE", "-f")
+syslog_ng = stored_as_page_says("syslog-ng", "sh", "-c", """
+    exec syslog-ng -F --no-caps -R state -c control -p "$PWD/id" \
+    --module-path "$0"/[0-9]* -f "$1" """, root / "build/tools/usr/lib/syslog-ng")
+for rows, fields_for in ((lnav(), for_lnav), (rsyslog, for_daemons),
+                         (syslog_ng, for_daemons), (jq(), for_jq)):
+    for row, fields in zip(rows, golden, strict=True):
+        assert row == fields_for(*fields), (row, fields_for, fields)
+expression = re.search(r"\^\\\[TM.*\$", (share / "vellix.grok").read_text())[0]
+assert sum(expression in file.read_text() for file in share.glob("v*")) == 3
