@@ -68,9 +68,8 @@ need_test_tools() {
   need_build_tools
   need clang++=clang abidiff=abigail-tools pkg-config readelf=binutils \
     /usr/include/fmt/format.h=libfmt-dev \
-    dpkg-shlibdeps=dpkg-dev file python3 lnav \
-    lognormalizer=liblognorm-utils doxygen \
-    /usr/include/sqlite3.h=libsqlite3-dev jq
+    dpkg-shlibdeps=dpkg-dev file python3 lnav jq doxygen \
+    /usr/include/sqlite3.h=libsqlite3-dev
   unpack rsyslog syslog-ng-core logrotate systemd-journal-remote
 }
 
