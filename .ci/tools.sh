@@ -43,7 +43,7 @@ need() {
 unpack() {
   local package files file
   for package in "$@"; do
-    files=build/tools/packages/$package
+    files=build/tools.apt/$package
     [ ! -e "$files/unpacked" ] || continue
     echo "Unpacking: $package" >&2
     mkdir -p "$files/partial"
