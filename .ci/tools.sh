@@ -38,13 +38,13 @@ need() {
 }
 
 # unpack <package>...: puts the packages, and what they need and is not there,
-# into build/tools. They are not installed: each is a service, and some exclude
+# into build/tools. They are not installed: they bring services, and some exclude
 # each other.
 unpack() {
   local package files file
   for package in "$@"; do
     files=build/tools.apt/$package
-    [ ! -e "$files/unpacked" ] || continue
+    [ ! -e "build/tools/$package.unpacked" ] || continue
     echo "Unpacking: $package" >&2
     mkdir -p "$files/partial"
     apt-get install -qqy --no-install-recommends --reinstall --download-only \
@@ -53,7 +53,7 @@ unpack() {
     for file in "$files"/*.deb; do
       dpkg-deb -x "$file" build/tools
     done
-    touch "$files/unpacked"
+    touch "build/tools/$package.unpacked"
   done
 }
 
