@@ -19,11 +19,11 @@
  *
  * Exceptions. C cannot catch one, but three calls may throw:
  *
- *   - Log: std::bad_alloc without memory, which in this release a log record of
- *     up to 4096 bytes does not need; std::length_error for texts of more than
- *     4 GiB; and whatever a target of the host throws.
- *   - GetQuorlException: std::bad_alloc, in the first call on a thread alone.
- *   - SetException and Copy: std::bad_alloc; Copy also what Log throws.
+ * - Log: std::bad_alloc without memory, which in this release a log record of
+ *   up to 4096 bytes does not need; std::length_error for texts of more than
+ *   4 GiB; and whatever a target of the host throws.
+ * - GetQuorlException: std::bad_alloc, in the first call on a thread alone.
+ * - SetException and Copy: std::bad_alloc; Copy also what Log throws.
  *
  * The exception leaves the C function as longjmp would: what the function holds
  * is neither freed nor unlocked, except by __attribute__((cleanup)) in code
@@ -31,10 +31,10 @@
  * tables for C, and where no C++ caller catches, the process ends. So a C
  * module
  *
- *   - is compiled with -fexceptions if it is called from C++,
- *   - calls vellix_get_exception once on each thread, before it needs it,
- *   - logs short texts from the callback of a library that holds locks, and
- *   - writes targets that report a failure as -1 and call nothing that throws.
+ * - is compiled with -fexceptions if it is called from C++,
+ * - calls vellix_get_exception once on each thread, before it needs it,
+ * - logs short texts from the callback of a library that holds locks, and
+ * - writes targets that report a failure as -1 and call nothing that throws.
  *
  * The same holds for a thread that is cancelled inside a call.
  */
@@ -54,59 +54,66 @@
 extern "C" {
 #endif
 
+/* The level of a log record; LogLevel in C++. */
 enum vellix_level {
-  VELLIX_LOG_DEBUG = 0,
-  VELLIX_LOG_INFO = 1,
-  VELLIX_LOG_WARN = 2,
-  VELLIX_LOG_EXP = 3, /* failures that were recorded; has its own switch */
-  VELLIX_LOG_ERROR = 4,
-  VELLIX_LOG_FATAL = 5
+  VELLIX_LOG_DEBUG = 0, /* for whoever looks for a fault */
+  VELLIX_LOG_INFO = 1,  /* the usual course of the program */
+  VELLIX_LOG_WARN = 2,  /* unexpected; the program goes on as it should */
+  VELLIX_LOG_EXP = 3,   /* failures that were recorded; has its own switch */
+  VELLIX_LOG_ERROR = 4, /* an operation failed */
+  VELLIX_LOG_FATAL = 5  /* the program cannot go on */
 };
 
+/* What the offset of a seek counts from; SeekOrigin in C++. */
 enum vellix_seek_origin {
-  VELLIX_SEEK_BEGIN = 0,
-  VELLIX_SEEK_CURRENT = 1,
-  VELLIX_SEEK_END = 2
+  VELLIX_SEEK_BEGIN = 0,   /* the start of the stream */
+  VELLIX_SEEK_CURRENT = 1, /* the position */
+  VELLIX_SEEK_END = 2      /* the end */
 };
 
-/* The failure codes. 0 is no failure. */
+/* The failure codes. 0 is no failure. What to do about each: docs/failures.md.
+ */
 enum vellix_failure_code {
-  VELLIX_NULL_POINTER = 10021003,
-  VELLIX_NOT_FOUND = 10021005,
-  VELLIX_OUT_OF_MEMORY = 10021007,
-  VELLIX_GENERAL_FAILURE = 10021008,
-  VELLIX_BAD_ARGUMENT = 10021010,
-  VELLIX_NO_DATA = 10021011,
-  VELLIX_TOO_SMALL = 10021012,
-  VELLIX_FILE_FAILURE = 10021013,
-  VELLIX_STANDARD_EXCEPTION = 10021015,
-  VELLIX_END_OF_DATA = 10021016,
-  VELLIX_WRONG_STATE = 10021019
+  VELLIX_NULL_POINTER = 10021003,       /* a required argument is null */
+  VELLIX_NOT_FOUND = 10021005,          /* the thing asked for is not there */
+  VELLIX_OUT_OF_MEMORY = 10021007,      /* out of memory */
+  VELLIX_GENERAL_FAILURE = 10021008,    /* no other code fits */
+  VELLIX_BAD_ARGUMENT = 10021010,       /* an argument has a bad value */
+  VELLIX_NO_DATA = 10021011,            /* the source holds no data */
+  VELLIX_TOO_SMALL = 10021012,          /* the destination is too small */
+  VELLIX_FILE_FAILURE = 10021013,       /* an operation on a file failed */
+  VELLIX_STANDARD_EXCEPTION = 10021015, /* the message is its what() text */
+  VELLIX_END_OF_DATA = 10021016,        /* end of data */
+  VELLIX_WRONG_STATE = 10021019         /* wrong state for the operation */
 };
+
+struct vellix_exception_table;
+struct vellix_logger_table;
+struct vellix_stream_table;
 
 /* An object behind an interface begins with the address of its table, whoever
  * made it. The C++ compiler knows it under another type, hence may_alias. */
 
-/* IQuorlException. */
-struct vellix_exception_table;
+/* IQuorlException: a failure, such as the failure record of a thread. */
 struct __attribute__((may_alias)) vellix_exception {
-  const struct vellix_exception_table* table;
+  const struct vellix_exception_table* table; /* its operations */
 };
 
-/* IQuorlLogger. */
-struct vellix_logger_table;
+/* IQuorlLogger: the logger of the process. */
 struct __attribute__((may_alias)) vellix_logger {
-  const struct vellix_logger_table* table;
+  const struct vellix_logger_table* table; /* its operations */
 };
 
 /* IQuorlStream. A stream in C is a struct that has this one as its first
  * member; its functions get the address of that member. */
-struct vellix_stream_table;
 struct __attribute__((may_alias)) vellix_stream {
-  const struct vellix_stream_table* table;
+  const struct vellix_stream_table* table; /* its operations */
 };
 
+/* The operations of IQuorlException in their order, which is part of the binary
+ * interface. */
 struct vellix_exception_table {
+  /* As in IQuorlException; the first argument is the object. */
   int (*GetExceptionCode)(const struct vellix_exception*);
   const char* (*GetExceptionMsg)(const struct vellix_exception*);
   const char* (*GetExceptionSource)(const struct vellix_exception*, int* line);
@@ -116,7 +123,9 @@ struct vellix_exception_table {
   void (*Copy)(struct vellix_exception*, struct vellix_exception* src);
 };
 
+/* The operations of IQuorlLogger in their order. */
 struct vellix_logger_table {
+  /* As in QuorlBased::IQuorlLogger; the first argument is the object. */
   bool (*SetLogFile)(struct vellix_logger*, const char* path, bool append);
   const char* (*GetLogFile)(struct vellix_logger*);
   bool (*SetLogStream)(struct vellix_logger*, struct vellix_stream* stream);
@@ -129,7 +138,10 @@ struct vellix_logger_table {
   bool (*IsLogging)(struct vellix_logger*, unsigned int* thread_id);
 };
 
+/* The operations of IQuorlStream in their order. A stream in C fills all of
+ * them; VELLIX_WRITE_ONLY does so for a target of the log. */
 struct vellix_stream_table {
+  /* As in QuorlBased::IQuorlStream; the first argument is the object. */
   int64_t (*GetPosition)(struct vellix_stream*);
   int64_t (*SetPosition)(struct vellix_stream*, int64_t position);
   int64_t (*GetSize)(struct vellix_stream*);
@@ -146,10 +158,17 @@ struct vellix_stream_table {
 
 /* The three exported functions. They have names of their own here, so that this
  * header and those of C++ can declare them with their own types. */
+
+/* GetQuorlLogger: the logger of the process, never null. Any thread. */
 __attribute__((visibility("default"))) struct vellix_logger* vellix_get_logger(
     void) __asm__("GetQuorlLogger");
+
+/* GetQuorlException: the failure record of the calling thread, never null. May
+ * throw std::bad_alloc in its first call on a thread. */
 __attribute__((visibility("default"))) struct vellix_exception*
 vellix_get_exception(void) __asm__("GetQuorlException");
+
+/* ReleaseQuorlException: destroys the failure record of the calling thread. */
 __attribute__((visibility("default"))) void vellix_release_exception(
     void) __asm__("ReleaseQuorlException");
 
@@ -171,6 +190,7 @@ static inline void vellix_log_bytes(int level, const char* from,
                      count);
 }
 
+/* For vellix_vlogf alone: frees a text at the end of its scope. */
 static inline void vellix_free_text(char** text) { free(*text); }
 
 /* Writes a log record in printf form; leaves errno as it was. A text that
@@ -198,6 +218,8 @@ __attribute__((format(printf, 3, 0))) static inline void vellix_vlogf(
   vellix_log(level, from, text);
 }
 
+/* The same with the arguments of printf, which the compiler checks against
+ * `format`. `format` must not come from data. */
 __attribute__((format(printf, 3, 4))) static inline void vellix_logf(
     int level, const char* from, const char* format, ...) {
   va_list args;
@@ -209,12 +231,14 @@ __attribute__((format(printf, 3, 4))) static inline void vellix_logf(
 /* What the calling thread's failure record holds; a code of 0 is no failure.
  * The texts are never null and valid until the record changes. */
 struct vellix_failure {
-  int code;
-  const char* msg;
-  int line;
-  const char* file;
+  int code;         /* one of vellix_failure_code, or the caller's own */
+  const char* msg;  /* the reason, for people */
+  int line;         /* where it was raised; means something with a code only */
+  const char* file; /* the source name: which part of the program raised it */
 };
 
+/* The calling thread's failure, of whichever module's call. May throw
+ * std::bad_alloc in the first call on a thread. */
 static inline struct vellix_failure vellix_last_failure(void) {
   const struct vellix_exception* record = vellix_get_exception();
   struct vellix_failure failure;
@@ -224,6 +248,7 @@ static inline struct vellix_failure vellix_last_failure(void) {
   return failure;
 }
 
+/* Sets the code of the calling thread's failure record to 0. */
 static inline void vellix_clear_failure(void) {
   struct vellix_exception* record = vellix_get_exception();
   record->table->Clear(record);

@@ -56,6 +56,7 @@ class Library {
     return OpenLoaded() ? FindAll(kName) : OpenFile(path);
   }
 
+  // Whether an Open has succeeded since the last Unload.
   bool IsOpen() const { return handle_ != nullptr; }
 
   // What went wrong last, for a person to read; empty after a success.

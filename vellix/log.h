@@ -62,6 +62,8 @@ class LogLine {
   LogLine& operator=(const LogLine&) = delete;
   inline ~LogLine() noexcept(false);
 
+  // Appends `value` as an std::ostream writes it. A value that cannot be
+  // written appends nothing.
   template <typename Value>
   LogLine&& operator<<(const Value& value) && {
     if (buffer_) {
@@ -123,12 +125,15 @@ class Log {
   void SetThreshold(QuorlBased::LogLevel threshold) {
     threshold_.store(threshold, std::memory_order_relaxed);
   }
+
+  // Whether a message of `level` passes the threshold. The switches of the
+  // logger do not count.
   bool IsOn(QuorlBased::LogLevel level) const {
     return level >= threshold_.load(std::memory_order_relaxed);
   }
 
-  // Writes one log record if the level is on. Throws what IQuorlLogger::Log
-  // throws.
+  // Writes one log record if the level is on: that of the name, or `level`.
+  // `data` is dumped. Throws what QuorlBased::IQuorlLogger::Log throws.
   void Write(QuorlBased::LogLevel level, Text msg, Bytes data = {}) const {
     if (IsOn(level)) {
       WriteRecord(level, msg.text_, msg.size_, data.data, data.size);

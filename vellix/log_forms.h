@@ -20,13 +20,15 @@ namespace vellix {
 
 // A block of bytes; at most 1024 are dumped.
 struct Bytes {
-  const void* data = nullptr;
-  size_t size = 0;
+  const void* data = nullptr;  // null for no dump
+  size_t size = 0;             // in bytes
 };
 
 // A message in any of the usual forms, for the length of a call.
 class Text {
  public:
+  // Refers to `text`, which must live as long as the call. A null pointer is
+  // written as "NULL".
   Text(const char* text) : text_(text) {}                 // NOLINT: implicit
   Text(const std::string& text) : text_(text.c_str()) {}  // NOLINT: implicit
   Text(std::string_view text)                             // NOLINT: implicit
@@ -82,6 +84,7 @@ struct Braces;
 }  // namespace braces_of_fmt
 #endif
 
+// The type of the format that goes with these arguments.
 template <typename First, typename... Rest>
 using FormatOf = typename Braces<First, Rest...>::Format;
 

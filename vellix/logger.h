@@ -16,14 +16,14 @@
 
 namespace QuorlBased {
 
-// The level of a log record.
+// The level of a log record. The library itself uses LogExp alone.
 enum LogLevel : int {
-  LogDebug = 0,
-  LogInfo = 1,
-  LogWarn = 2,
-  LogExp = 3,  // failures that were recorded; has a switch of its own
-  LogError = 4,
-  LogFatal = 5,
+  LogDebug = 0,  // for whoever looks for a fault
+  LogInfo = 1,   // the usual course of the program
+  LogWarn = 2,   // unexpected; the program goes on as it should
+  LogExp = 3,    // failures that were recorded; has a switch of its own
+  LogError = 4,  // an operation failed
+  LogFatal = 5,  // the program cannot go on
 };
 
 // The text of each level in a log record, five characters wide. Defined in
@@ -71,7 +71,8 @@ class IQuorlLogger {
   // any time, by any thread.
   virtual void EnableExpLog(bool enable) = 0;
 
-  // Whether that switch is on.
+  // Whether failures that are recorded are logged too: what EnableExpLog has
+  // set. Any thread.
   virtual bool IsExpLogEnabled() = 0;
 
   // Writes one log record: one line, ended by CR LF, in one call of the

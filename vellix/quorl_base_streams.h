@@ -25,9 +25,9 @@ namespace QuorlBased {
 
 // What the offset of a seek counts from. The values are those of lseek(2).
 enum SeekOrigin : int {
-  SeekBegin = 0,
-  SeekCurrent = 1,
-  SeekEnd = 2,
+  SeekBegin = 0,    // the start of the stream
+  SeekCurrent = 1,  // the position
+  SeekEnd = 2,      // the end
 };
 
 // A stream as every module of the process sees it, and what a host implements
@@ -140,8 +140,8 @@ class CHandleStream : public CQuorlStreamImpl {
   virtual int32_t GetHandle();
 
  protected:
-  int32_t handle_;
-  bool eof_ = false;
+  int32_t handle_;    // -1 never
+  bool eof_ = false;  // what Eof returns
 };
 
 // A stream over a file that it opens and closes itself.
@@ -213,9 +213,9 @@ class CCustomMemoryStream : public CQuorlStreamImpl {
   ~CCustomMemoryStream() override;
 
  protected:
-  void* memory_ = nullptr;
-  int64_t size_ = 0;
-  int64_t position_ = 0;
+  void* memory_ = nullptr;  // the block, or null
+  int64_t size_ = 0;        // bytes of content
+  int64_t position_ = 0;    // where the next Read or Write begins
   // The block came from SetPointer: how much more than the size it holds is not
   // known.
   bool handed_in_ = false;
@@ -227,6 +227,7 @@ class CMemoryStream : public CCustomMemoryStream {
  public:
   VELLIX_HIDDEN CMemoryStream() = default;
 
+  // Bytes that the block has room for; the size may be less.
   VELLIX_HIDDEN int64_t GetCapacity() const { return capacity_; }
 
   // Brings the block to `newCapacity` bytes as Realloc rounds them; must not go
@@ -289,7 +290,7 @@ class CMemoryStream : public CCustomMemoryStream {
   virtual void* Realloc(int64_t& newCapacity);
 
  protected:
-  int64_t capacity_ = 0;
+  int64_t capacity_ = 0;  // bytes that the block has room for
 
  private:
   const void* GrowTo(int64_t end, const void* source);

@@ -27,9 +27,9 @@ namespace vellix {
 struct Record {
   std::string_view time;    // 24 characters, local time
   std::string_view thread;  // decimal, signed
-  QuorlBased::LogLevel level = QuorlBased::LogDebug;
-  std::string_view source;
-  std::string_view message;
+  QuorlBased::LogLevel level = QuorlBased::LogDebug;  // as a number
+  std::string_view source;                            // the text after FR=
+  std::string_view message;                           // the text after MG=
   std::string_view data;  // "NULL", or two digits and a blank for each byte
   size_t offset = 0;      // of the record in its line
 };

@@ -37,6 +37,7 @@ class ResKeeper {
   // Hands the block to the caller, who frees it; null if there is none.
   void* Release();
 
+  // The block, which stays the keeper's; null if there is none.
   VELLIX_HIDDEN void* Get() const { return ptr_; }
 
   // Bytes of the block as last allocated by the keeper, 0 after a failure.

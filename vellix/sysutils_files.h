@@ -17,10 +17,10 @@ namespace QuorlBased {
 
 // The access modes of file_open. Of every word but kCreateFile only the low two
 // bits count.
-constexpr uint16_t kOpenRead = 0;
-constexpr uint16_t kOpenWrite = 1;
-constexpr uint16_t kOpenReadWrite = 2;
-constexpr uint16_t kCreateFile = 0xFFFF;
+constexpr uint16_t kOpenRead = 0;         // an existing file, to read only
+constexpr uint16_t kOpenWrite = 1;        // an existing file, to write only
+constexpr uint16_t kOpenReadWrite = 2;    // an existing file, for both
+constexpr uint16_t kCreateFile = 0xFFFF;  // a new or emptied file, for both
 
 // Creates the file `name`, or empties the one that is there, and opens it for
 // reading and writing. Permissions are 0666 less the process's umask. Returns

@@ -21,8 +21,8 @@ namespace QuorlBased {
 struct find_data {
   dirent* entry = nullptr;  // the stream's; null off an entry
   std::string path;         // with a closing slash
-  DIR* dir = nullptr;
-  std::string pattern;
+  DIR* dir = nullptr;       // the open directory
+  std::string pattern;      // what a name has to match
 };
 
 // Opens the directory `path`, expanded by expand_path (the empty path is the

@@ -9,10 +9,10 @@
 
 // A rectangle by its edges: `right` - `left` wide, `bottom` - `top` high.
 struct rect_t {
-  float left;
-  float top;
-  float right;
-  float bottom;
+  float left;    // of the two vertical edges the lesser
+  float top;     // of the two horizontal edges the lesser
+  float right;   // the greater vertical edge
+  float bottom;  // the greater horizontal edge
 };
 
 namespace QuorlBased {
@@ -30,6 +30,7 @@ uint8_t LowByte(uint16_t value);
 // The rectangle with these edges.
 rect_t FillRect(int32_t left, int32_t top, int32_t right, int32_t bottom);
 
+// `degrees` in radians.
 double DegToRad(double degrees);
 
 // Whether one of the first `count` elements of `array` is `value`; false for a

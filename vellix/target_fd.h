@@ -74,6 +74,8 @@ class FdTarget : public Target {
   // Whether a write that failed with `error` may go better now.
   virtual bool Mend(int /*error*/) { return false; }
 
+  // Writes `line` after what is due before it. False when it was counted as
+  // lost.
   bool WriteLine(std::string_view line) {
     return (behind_ ? CatchUp(line) : Append(line)) || Lose();
   }
@@ -94,6 +96,7 @@ class FdTarget : public Target {
     return done == end.size();
   }
 
+  // Writes to `fd` from now on.
   void Use(int fd) {
     fd_ = fd;
     struct stat status {};
@@ -107,7 +110,7 @@ class FdTarget : public Target {
     is_plain_ = S_ISCHR(status.st_mode) || is_unlimited_file;
   }
 
-  int fd_ = -1;
+  int fd_ = -1;  // the descriptor, which a derived class may own
 
  private:
   using Clock = std::chrono::steady_clock;

@@ -23,14 +23,17 @@
 #pragma GCC visibility push(hidden)
 namespace vellix {
 
+// How a FileTarget opens and rotates its file.
 struct FileOptions {
   // The mode of a new file, less the umask.
   mode_t mode = 0640;
 
   // Above 0: before a record would make the file larger than this, the file
   // is renamed to "<path>.1", the one that had this name to "<path>.2", and
-  // so on; `keep` old files (1 to 999) stay.
+  // so on. In bytes; 0 is no limit.
   uint64_t max_size = 0;
+
+  // How many old files stay when the file rotates, 1 to 999.
   unsigned keep = 1;
 
   // Looks every 64 records whether the path still leads to the file, and
@@ -82,6 +85,8 @@ class FileTarget : public FdTarget {
   // the file. From any thread and in signal handlers.
   void Reopen() noexcept { reopen_.store(1, std::memory_order_relaxed); }
 
+  // Rotates or opens the file again if that is due, then writes as FdTarget
+  // does.
   int32_t Write(const void* buffer, uint32_t count) override {
     if (is_watching_ || reopen_.load(std::memory_order_relaxed) != 0) {
       ChooseFile(count);

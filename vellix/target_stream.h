@@ -25,6 +25,7 @@ class Target : public QuorlBased::IQuorlStream {
   Target& operator=(const Target&) = delete;
   virtual ~Target() = default;
 
+  // What a target does not do: -1 or false.
   int64_t GetPosition() override { return -1; }
   int64_t SetPosition(int64_t) override { return -1; }
   int64_t GetSize() override { return -1; }

@@ -83,8 +83,12 @@ class TeeTarget : public Target {
 // A log record with fields of its own. Here and below in lists: of a vector of
 // hidden types g++ makes functions that other modules share.
 struct CapturedRecord {
-  std::string time, thread, source, message, data;
-  QuorlBased::LogLevel level = QuorlBased::LogDebug;
+  std::string time;     // 24 characters, local time
+  std::string thread;   // decimal, signed
+  std::string source;   // the text after FR=
+  std::string message;  // the text after MG=
+  std::string data;     // "NULL", or two digits and a blank for each byte
+  QuorlBased::LogLevel level = QuorlBased::LogDebug;  // DEBUG for no log record
 };
 
 // Keeps the log's records for a host's own tests. Unlike a CMemoryStream, which

@@ -6,6 +6,7 @@
 #ifndef VELLIX_VISIBILITY_H_
 #define VELLIX_VISIBILITY_H_
 
+// Stands before an inline member of an installed class.
 #define VELLIX_HIDDEN [[gnu::visibility("hidden")]]
 
 #endif  // VELLIX_VISIBILITY_H_
