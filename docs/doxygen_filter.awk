@@ -40,7 +40,8 @@ in_c || /^ *\/\// {
 # The line without what may hold a brace or a semicolon of its own.
 function bare(line) {
   gsub(/R"\([^)]*\)"|"([^"\\]|\\.)*"|'([^'\\]|\\.)'/, "", line)
-  sub(/ *(\/\/|\/\*).*/, "", line)
+  gsub(/\/\*[^*]*\*\//, "", line)
+  sub(/ *\/\/.*/, "", line)
   return line
 }
 
@@ -184,4 +185,5 @@ END {
     }
     n = to
   }
+  if (depth || parens) print "/// @ref a_brace_that_the_filter_did_not_see"
 }

@@ -1,6 +1,7 @@
 # Shows a guide to Doxygen: links and headings get the labels of the site, and
 # a name in `code` that the headers declare becomes a link to its reference.
-# `headers` names them.
+# `headers` names them. A link that leads to no file becomes one that Doxygen
+# complains of.
 
 BEGIN {
   count = split(headers, files, " ")
@@ -15,8 +16,13 @@ BEGIN {
   known["Log"] = "QuorlBased::IQuorlLogger::Log"
 }
 
+function learn(name, scope) {
+  known[name] = known[scope name] = scope name
+}
+
 # What a line at the margin declares, and each operation of the logger.
 function declare(line) {
+  sub(/^__attribute__\(\(.*\)\) /, "", line)
   if (line ~ /^namespace /) {
     sub(/^namespace /, "", line)
     sub(/ *{.*/, "", line)
@@ -28,16 +34,16 @@ function declare(line) {
   if (scope ~ /_internal|detail|record_rule/) return
   if (match(line, /^(class|struct) [A-Za-z0-9_]+ ?(final|:|{)/)) {
     split(line, words, " ")
-    known[words[2]] = scope words[2]
+    learn(words[2], scope)
     logger = words[2] == "IQuorlLogger" ? scope "IQuorlLogger::" : ""
-  } else if (match(line, /^[a-z_A-Z][^(=#]*[ *&][A-Za-z0-9_]+\(/) ||
+  } else if (match(line, /^([a-z_A-Z][^(=#]*[ *&])?[A-Za-z0-9_]+\(/) ||
              logger && match(line, /^  virtual .* \*?[A-Za-z]+\(/)) {
     name = substr(line, 1, RLENGTH - 1)
     sub(/.*[ *&]/, "", name)
-    known[name] = (line ~ /^ / ? logger : scope) name
+    learn(name, line ~ /^ / ? logger : scope)
   } else if (match(line, /^constexpr [a-z0-9_]+ k[A-Za-z]+/)) {
     split(line, words, " ")
-    known[words[3]] = scope words[3]
+    learn(words[3], scope)
   }
 }
 
@@ -63,10 +69,14 @@ function anchor(heading,    name) {
   return name (seen[name]++ ? "-" seen[name] - 1 : "")
 }
 
-function label(target,    part) {
+function label(target,    part, file) {
   part = target ~ /#/ ? target : ""
   sub(/^[^#]*#/, "-", part)
   sub(/#.*/, "", target)
+  file = FILENAME
+  sub(/[^\/]*$/, target, file)
+  if (target && (getline line < file) < 0) return "missing:" target
+  close(file)
   gsub(/.*\/|\.md$/, "", target)
   if (target ~ /\./) return target
   if (target == "README" && !part) return "index"
@@ -74,6 +84,11 @@ function label(target,    part) {
 }
 
 function link_files(line,    result, target) {
+  # Doxygen shows the backquotes of a link's text.
+  while (match(line, /\[`[^`]*`\]\(/)) {
+    line = substr(line, 1, RSTART) substr(line, RSTART + 2, RLENGTH - 5) \
+           substr(line, RSTART + RLENGTH - 2)
+  }
   while (match(line, /\]\([^):]+\)/)) {
     target = substr(line, RSTART + 2, RLENGTH - 3)
     result = result substr(line, 1, RSTART + 1) \
@@ -87,18 +102,16 @@ function link_files(line,    result, target) {
 function reference(code,    name, class) {
   name = code
   sub(/\(.*/, "", name)
-  sub(/^(vellix|QuorlBased)::/, "", name)
-  class = name
-  sub(/::[A-Za-z]+$/, "", class)
   if (name in known) return known[name]
-  if (class == name || !(class in known)) return ""
-  return known[class] substr(name, length(class) + 1)
+  if (!match(name, /::[A-Za-z_]+$/)) return ""
+  class = substr(name, 1, RSTART - 1)
+  return class in known ? known[class] substr(name, RSTART) : ""
 }
 
 function link_names(line,    pieces, count, i, to, result) {
   count = split(line, pieces, "`")
   for (i = 1; i <= count; ++i) {
-    to = in_span && i < count && pieces[i - 1] !~ /\[$/ ? reference(pieces[i]) : ""
+    to = in_span && i < count ? reference(pieces[i]) : ""
     if (to) {
       sub(/`$/, "", result)
       result = result "<code>@ref " to " \"" pieces[i] "\"</code>"

@@ -26,7 +26,7 @@
  * - SetException and Copy: std::bad_alloc; Copy also what Log throws.
  *
  * The exception leaves the C function as longjmp would: what the function holds
- * is neither freed nor unlocked, except by __attribute__((cleanup)) in code
+ * is neither freed nor unlocked, except by `__attribute__((cleanup))` in code
  * that is compiled with -fexceptions. Where the platform writes no unwind
  * tables for C, and where no C++ caller catches, the process ends. So a C
  * module
