@@ -94,7 +94,9 @@ def svg(medians):
     shapes.append(text(LEFT, 20, "Nanoseconds per record, to a file on disk",
                        "start", 14))
     width = len(PANELS) * (WIDTH + LEFT + 20) + 20
+    height = TOP + HEIGHT + 50
     return (f'<svg xmlns="http://www.w3.org/2000/svg" width="{width}" '
-            f'height="{TOP + HEIGHT + 50}" font-family="sans-serif">\n'
+            f'height="{height}" viewBox="0 0 {width} {height}" '
+            'font-family="sans-serif">\n'
             '<rect width="100%" height="100%" fill="white"/>\n'
             + "\n".join(shapes) + "\n</svg>\n")

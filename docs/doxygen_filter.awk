@@ -50,9 +50,10 @@ function opens_scope(statement) {
   return statement ~ /^((inline )?namespace|class|struct|enum|extern)/
 }
 
-# Follows the braces of a line: `outside[n]` is whether it begins outside of
-# function bodies and initialisers, `inside[n]` whether it is in one, `opens[n]` whether a class or its like begins
-# in it, `ends[n]` how many declarations end in it.
+# Follows the braces of a line. `inside[n]` is whether it begins in the body of a
+# function or in an initialiser, `outside[n]` the contrary, but never for the
+# preprocessor. `opens[n]` is whether a class or its like begins in it, `ends[n]`
+# how many declarations end in it.
 function scan(n,    line, i, c) {
   outside[n] = !(inside[n] = body)
   line = bare(lines[n])
@@ -134,6 +135,10 @@ function write_code(n,    line, at) {
     sub(/ *\*\/$/, "", line)
     line = substr(line, 1, RSTART) " ///< " plain(substr(line, at))
   }
+  # Doxygen itself does not ask for these.
+  if (outside[n] && line ~ /^ +[A-Za-z_]+ = [0-9]+,?$/) {
+    line = line " ///< @ref value_without_a_comment"
+  }
   print line
 }
 
@@ -153,6 +158,29 @@ function find_run(n,    last) {
   return last
 }
 
+# The comment in the lines `from` to `to` and what has to stand around it.
+function write_block(from, to,    last) {
+  last = find_run(to + 1)
+  if (from == 1) {
+    print "/// @file"
+    write_comment(from, to, "")
+    write_guide("")
+    print ""
+  } else if (count < 2) {
+    write_comment(from, to, "")
+    if (lines[to + 1] ~ /^ *(class|struct) /) write_guide(indent[from])
+  } else if (commented == 0) {
+    print "///@{\n"
+    write_comment(from, to, "")
+    run_end = last
+  } else if (commented == count) {
+    write_comment(from, to, "@name ")
+    print "///@{"
+    run_end = last
+  }
+  # Where some have a comment, Doxygen complains of the others.
+}
+
 END {
   for (n = 1; n <= NR; ++n) {
     if (is_comment[n]) outside[n] = !(inside[n] = body)
@@ -160,30 +188,16 @@ END {
     else scan(n)
     continued = lines[n] ~ /\\$/
   }
-  for (n = 1; n <= NR; ++n) {
+  for (n = 1; n <= NR; n = to + 1) {
     for (to = n; is_comment[n] && is_comment[to + 1]; ) ++to
-    if (!is_comment[n] || !outside[n] || lines[to + 1] ~ /^$|^#[^d]/ && n > 1) {
-      for (; n < to; ++n) print lines[n]
-      write_code(n)
-      if (n == run_end) print "///@}"
+    # One that stands alone, or before a #pragma, is about nothing.
+    if (is_comment[n] && outside[n] &&
+        (n == 1 || lines[to + 1] !~ /^$|^#[^d]/)) {
+      write_block(n, to)
       continue
     }
-    if (n == 1) {
-      print "/// @file"
-      write_comment(n, to, "")
-      write_guide("")
-      print ""
-    } else {
-      last = find_run(to + 1)
-      if (count > 1) {
-        run_end = last
-        print (commented == count ? "" : "///@{\n")
-      }
-      write_comment(n, to, count > 1 && commented == count ? "@name " : "")
-      if (count > 1 && commented == count) print "///@{"
-      if (lines[to + 1] ~ /^ *(class|struct) /) write_guide(indent[n])
-    }
-    n = to
+    for (i = n; i <= to; ++i) write_code(i)
+    if (to == run_end) print "///@}"
   }
-  if (depth || parens) print "/// @ref a_brace_that_the_filter_did_not_see"
+  if (depth || parens) print "/// @file\n/// @ref braces_that_do_not_match"
 }
