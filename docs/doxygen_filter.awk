@@ -98,17 +98,15 @@ function plain(line,    pieces, i, result) {
   return result
 }
 
-# The comment in the lines `from` to `to`, of which the first one begins with
-# `command`.
-function write_comment(from, to, command,    i, is_code, before) {
+# The comment in the lines `from` to `to`.
+function write_comment(from, to,    i, is_code, before) {
   before = indent[from] "/// "
   for (i = from; i <= to; ++i) {
     if (!is_code && text[i] ~ /^  [^ -]/ && text[i - 1] == "") {
       is_code = 1
       print before "@code" (text[i] ~ /^  \[/ ? "{.unparsed}" : "{.cpp}")
     }
-    print before command (is_code ? substr(text[i], 3) : plain(text[i]))
-    command = ""
+    print before (is_code ? substr(text[i], 3) : plain(text[i]))
     if (is_code && (i == to || text[i + 1] ~ /^ ?[^ ]/ ||
                     text[i + 1] == "" && text[i + 2] !~ /^  /)) {
       is_code = 0
@@ -159,23 +157,24 @@ function find_run(n,    last) {
 }
 
 # The comment in the lines `from` to `to` and what has to stand around it.
-function write_block(from, to,    last) {
+function write_block(from, to,    last, heading, i) {
   last = find_run(to + 1)
   if (from == 1) {
     print "/// @file"
-    write_comment(from, to, "")
+    write_comment(from, to)
     write_guide("")
     print ""
   } else if (count < 2) {
-    write_comment(from, to, "")
+    write_comment(from, to)
     if (lines[to + 1] ~ /^ *(class|struct) /) write_guide(indent[from])
   } else if (commented == 0) {
     print "///@{\n"
-    write_comment(from, to, "")
+    write_comment(from, to)
     run_end = last
   } else if (commented == count) {
-    write_comment(from, to, "@name ")
-    print "///@{"
+    heading = text[from]
+    for (i = from + 1; i <= to; ++i) heading = heading " " text[i]
+    print "/// @name " plain(heading) "\n///@{"
     run_end = last
   }
   # Where some have a comment, Doxygen complains of the others.

@@ -84,7 +84,7 @@ function label(target,    part, file) {
 }
 
 function link_files(line,    result, target) {
-  # Doxygen shows the backquotes of a link's text.
+  # Doxygen does not know code in a link's text.
   while (match(line, /\[`[^`]*`\]\(/)) {
     line = substr(line, 1, RSTART) substr(line, RSTART + 2, RLENGTH - 5) \
            substr(line, RSTART + RLENGTH - 2)
@@ -131,7 +131,10 @@ function link_names(line,    pieces, count, i, to, result) {
   else print $0 " {#guide-" guide (is_title ? "" : "-" anchor(text)) "}"
   next
 }
-/^$/ { in_span = 0 }
+# Doxygen does not know bold type next to code.
+/^$/ { in_span = is_bold = 0 }
+{ while (sub(/\*\*/, is_bold ? "</b>" : "<b>")) is_bold = !is_bold }
+
 # The list of the guides is their order in the navigation.
 guide == "index" && match($0, /^- \[[^]]*\]\([a-zA-Z\/.-]*\.md\)/) {
   text = title = substr($0, 4, RLENGTH - 4)
