@@ -179,8 +179,8 @@ static inline void vellix_log(int level, const char* from, const char* msg) {
   logger->table->Log(logger, level, from, msg, NULL, 0);
 }
 
-/* The same with a dump of `data`, null or `size` bytes, of which the first 1024
- * are written. */
+/* Writes a log record with a text and a dump of `data`, null or `size` bytes,
+ * of which the first 1024 are written. */
 static inline void vellix_log_bytes(int level, const char* from,
                                     const char* msg, const void* data,
                                     size_t size) {
@@ -218,7 +218,7 @@ __attribute__((format(printf, 3, 0))) static inline void vellix_vlogf(
   vellix_log(level, from, text);
 }
 
-/* The same with the arguments of printf, which the compiler checks against
+/* vellix_vlogf with the arguments themselves, which the compiler checks against
  * `format`. `format` must not come from data. */
 __attribute__((format(printf, 3, 4))) static inline void vellix_logf(
     int level, const char* from, const char* format, ...) {
@@ -305,7 +305,7 @@ static inline void vellix_no_free(struct vellix_stream* stream) {
   (void)stream;
 }
 
-/* The table of such a stream:
+/* The table of a stream that is only written to:
  *
  *   static const struct vellix_stream_table kTable = VELLIX_WRITE_ONLY(Write);
  */

@@ -75,8 +75,9 @@ class CrashStack {
 // that cannot be opened.
 inline bool RecordCrashes(const char* path);
 
-// The same, to what is behind `descriptor` at the time of the crash, which
-// stays the caller's. A full pipe is waited for, a second at the most.
+// RecordCrashes to what is behind `descriptor` at the time of the crash. The
+// descriptor stays the caller's. A full pipe is waited for, a second at the
+// most.
 inline bool RecordCrashes(int descriptor);
 
 namespace crash_internal {

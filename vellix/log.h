@@ -132,8 +132,9 @@ class Log {
     return level >= threshold_.load(std::memory_order_relaxed);
   }
 
-  // Writes one log record if the level is on: that of the name, or `level`.
-  // `data` is dumped. Throws what QuorlBased::IQuorlLogger::Log throws.
+  // Writes one log record with a text and a dump, if its level passes the
+  // threshold. Debug to Fatal have the level of their name. Throws what
+  // QuorlBased::IQuorlLogger::Log throws.
   void Write(QuorlBased::LogLevel level, Text msg, Bytes data = {}) const {
     if (IsOn(level)) {
       WriteRecord(level, msg.text_, msg.size_, data.data, data.size);
@@ -155,8 +156,9 @@ class Log {
     Write(QuorlBased::LogFatal, msg, data);
   }
 
-  // printf form, checked by the compiler (-Wformat). `format` must not come
-  // from data. What cannot be formatted is written as its format.
+  // Writes one log record in printf form, if its level passes the threshold.
+  // The compiler checks the arguments (-Wformat). `format` must not come from
+  // data. What cannot be formatted is written as its format.
   VELLIX_PRINTF(3, 4)
   inline void Writef(QuorlBased::LogLevel level, const char* format,
                      ...) const {
@@ -178,7 +180,8 @@ class Log {
     VELLIX_WRITE_PRINTF(QuorlBased::LogFatal, format);
   }
 
-  // {} form: kLog.Info("x = {}", x). What does not fit the arguments does not
+  // Writes one log record in {} form, as kLog.Info("x = {}", x), if its level
+  // passes the threshold. A format that does not fit the arguments does not
   // compile; in C++17 that holds for FMT_STRING("x = {}") of vellix/log_fmt.h.
   // What cannot be formatted is written as its format with the reason.
   template <typename First, typename... Rest>
@@ -219,7 +222,8 @@ class Log {
           std::forward<Rest>(rest)...);
   }
 
-  // Streamed form: kLog.Info() << "x = " << x;
+  // Begins a line that takes values, as kLog.Info() << "x = " << x, and is
+  // written when the statement ends, if its level passes the threshold.
   LogLine Debug() const { return {*this, QuorlBased::LogDebug}; }
   LogLine Info() const { return {*this, QuorlBased::LogInfo}; }
   LogLine Warn() const { return {*this, QuorlBased::LogWarn}; }

@@ -74,15 +74,17 @@ class CQuorlStreamImpl : public IQuorlStream {
   int64_t GetPosition() override;
   int64_t SetPosition(int64_t position) override;
 
-  // Seeks to the end and back. -1 when the position cannot be had.
+  // The size, by a seek to the end and back; -1 when the position cannot be
+  // had.
   int64_t GetSize() override;
 
   // Changes nothing and returns false.
   bool SetSize(int64_t newSize) override;
 
-  // A Read that returns less than it was asked for is followed by another one,
-  // and so is a Write. A Read or Write of -1 ends the copy with -1 and what it
-  // recorded; the bytes copied before stay.
+  // Copies `count` bytes from the position of `source`, or with 0 the whole
+  // source. A Read that returns less than it was asked for is followed by
+  // another one, and so is a Write. A Read or Write of -1 ends the copy with -1
+  // and what it recorded; the bytes copied before stay.
   //
   // Failure: -1, recorded: kBadArgument "Count can't be less than zero",
   // kNullPointer "Bad pointer", kOutOfMemory "No enough memory" (also for a
@@ -119,14 +121,14 @@ class CHandleStream : public CQuorlStreamImpl {
   // Success leaves the record as it was.
   bool SetSize(int64_t newSize) override;
 
-  // file_read. At the end of the file: -1, recorded as kEndOfData, and Eof is
-  // true from then on.
+  // Reads with file_read. At the end of the file: -1, recorded as kEndOfData,
+  // and Eof is true from then on.
   int32_t Read(void* buffer, uint32_t count) override;
 
-  // file_write; a short write is a success.
+  // Writes with file_write; a short write is a success.
   int32_t Write(const void* buffer, uint32_t count) override;
 
-  // file_seek.
+  // Moves the position with file_seek.
   int64_t Seek(int64_t offset, SeekOrigin origin) override;
 
   // Whether a Read has met the end since the last Seek, Write, SetSize,
@@ -140,16 +142,17 @@ class CHandleStream : public CQuorlStreamImpl {
   virtual int32_t GetHandle();
 
  protected:
-  int32_t handle_;    // -1 never
+  int32_t handle_;    // never -1
   bool eof_ = false;  // what Eof returns
 };
 
 // A stream over a file that it opens and closes itself.
 class CFileStream : public CHandleStream {
  public:
-  // `mode` as in file_open: 0xFFFF creates or empties the file, any other word
-  // opens an existing one. A failure is recorded and logged as by file_open,
-  // and thrown. Success clears the record, except with kCreateFile.
+  // Opens the file `path`, with `mode` as in file_open: 0xFFFF creates or
+  // empties the file, any other word opens an existing one. A failure is
+  // recorded and logged as by file_open, and thrown. Success clears the record,
+  // except with kCreateFile.
   CFileStream(const std::string& path, uint16_t mode);
 
   // Closes the file unless its handle is 0, with what file_close does to the
@@ -187,7 +190,7 @@ class CCustomMemoryStream : public CQuorlStreamImpl {
   // negative position. Clears the record first.
   int32_t Read(void* buffer, uint32_t count) override;
 
-  // A position up to the size is good, a negative one too.
+  // Moves the position. One up to the size is good, a negative one too.
   //
   // Failure: -1, recorded: kGeneralFailure "Unexpected error" for an unknown
   // origin and for a position below INT64_MIN, kEndOfData "Position can't large
@@ -240,8 +243,9 @@ class CMemoryStream : public CCustomMemoryStream {
   // Empties the stream and frees the block. Throws what SetCapacity throws.
   void Clear();
 
-  // Frees the block for 0. A `newSize` equal to the size trims the block to the
-  // byte. A position beyond the new end moves to it.
+  // Makes the stream `newSize` bytes long; 0 frees the block. A `newSize` equal
+  // to the size trims the block to the byte. A position beyond the new end
+  // moves to it.
   //
   // Failure: false, recorded: what SetCapacity throws; the stream is then
   // unchanged. Clears the record first.

@@ -27,7 +27,7 @@ namespace vellix {
 struct Record {
   std::string_view time;    // 24 characters, local time
   std::string_view thread;  // decimal, signed
-  QuorlBased::LogLevel level = QuorlBased::LogDebug;  // as a number
+  QuorlBased::LogLevel level = QuorlBased::LogDebug;  // after LV=
   std::string_view source;                            // the text after FR=
   std::string_view message;                           // the text after MG=
   std::string_view data;  // "NULL", or two digits and a blank for each byte

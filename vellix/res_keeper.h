@@ -9,8 +9,8 @@
 
 namespace QuorlBased {
 
-// Frees its block on every way out of the scope, unless Release handed it to
-// the caller. For one thread at a time.
+// The owner of one block. It frees the block on every way out of the scope,
+// unless Release handed it to the caller. For one thread at a time.
 class ResKeeper {
  public:
   VELLIX_HIDDEN ResKeeper() = default;

@@ -8,10 +8,10 @@
 
 namespace QuorlBased {
 
-// With a lock each operation is atomic with regard to the others, on any
-// thread; without one the object belongs to one thread at a time. Only the
-// constructor and the pushes can fail. Nothing here touches the thread's
-// failure record.
+// The byte queue. With a lock each operation is atomic with regard to the
+// others, on any thread; without one the object belongs to one thread at a
+// time. Only the constructor and the pushes can fail. Nothing here touches the
+// thread's failure record.
 class CDataBuffer2 {
  public:
   // One push. A node in the queue has bytes left: `offset` is below `length`.
@@ -37,7 +37,7 @@ class CDataBuffer2 {
   // queue cannot grow; the buffer is then unchanged and not locked.
   void Push(const void* data, unsigned long size);
 
-  // The same ahead of all others, also ahead of what a Pop left of a block.
+  // Push ahead of all others, also ahead of what a Pop left of a block.
   void PushFront(const void* data, unsigned long size);
 
   // Takes up to `size` bytes from the front to `dest`, or drops them for a null

@@ -9,10 +9,10 @@
 
 // A rectangle by its edges: `right` - `left` wide, `bottom` - `top` high.
 struct rect_t {
-  float left;    // of the two vertical edges the lesser
-  float top;     // of the two horizontal edges the lesser
-  float right;   // the greater vertical edge
-  float bottom;  // the greater horizontal edge
+  float left;    // x of the left edge
+  float top;     // y of the upper edge
+  float right;   // x of the right edge
+  float bottom;  // y of the lower edge
 };
 
 namespace QuorlBased {

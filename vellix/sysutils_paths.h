@@ -10,9 +10,9 @@
 
 namespace QuorlBased {
 
-// The absolute path of `path`, links, "." and ".." resolved (realpath of
-// POSIX). What does not exist is no failure: the existing part is resolved, the
-// rest appended, its "." dropped and each ".." taking one component away. A
+// The absolute path of `path` (realpath of POSIX). Links, "." and ".." are
+// resolved. What does not exist is no failure: the existing part is resolved,
+// the rest appended, its "." dropped and each ".." taking one component away. A
 // dangling link stands for its target, completed in the same way. A closing
 // slash survives; the empty text stays empty.
 //

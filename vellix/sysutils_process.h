@@ -66,8 +66,10 @@ class CQuorlBasedProcess {
   // Throws kWrongState "The process has run already" while a child is alive.
   bool Run(bool startSuspended);
 
-  // The same for a child that ignores SIGHUP.
+  // Run for a child that ignores SIGHUP.
   bool RunBackgroundly(bool startSuspended);
+
+  // The work of Run and RunBackgroundly; callers use those.
   bool RunInternal(bool startSuspended, bool background);
 
   // The child's process id, also after its end. 0 before the first run, -1

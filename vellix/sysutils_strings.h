@@ -49,8 +49,8 @@ int32_t ascii_to_integer(const char* s);
 //   Format("%s:%d", file.c_str(), line)  // "conn.cpp:42"
 __attribute__((format(printf, 1, 2))) std::string Format(const char* fmt, ...);
 
-// The same with a format that is put together at run time. What is no number
-// and no pointer does not compile.
+// Format with a format that is put together at run time. An argument that is no
+// number and no pointer does not compile.
 template <typename Text, typename... Args,
           typename = std::enable_if_t<
               std::is_convertible_v<const Text&, std::string> &&

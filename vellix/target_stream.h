@@ -16,8 +16,9 @@
 #pragma GCC visibility push(hidden)
 namespace vellix {
 
-// A target supplies Write. It gets one log record at a time under the
-// logger's lock and has to outlive everything that can log.
+// The base of the log targets of targets.h. A target supplies Write. It gets
+// one log record at a time under the logger's lock and has to outlive
+// everything that can log.
 class Target : public QuorlBased::IQuorlStream {
  public:
   Target() = default;
