@@ -43,7 +43,8 @@ namespace vellix {
 // - A thread that is cancelled inside Write leaves a whole record or none.
 class FdTarget : public Target {
  public:
-  // `fd` stays the caller's and open, and of the kind that it is now.
+  // Writes to `fd`, which stays the caller's, open, and of the kind that it is
+  // now.
   explicit FdTarget(int fd, std::chrono::milliseconds patience =
                                 std::chrono::milliseconds(1000))
       : patience_(std::min<std::chrono::milliseconds>(
@@ -52,8 +53,8 @@ class FdTarget : public Target {
     Use(fd);
   }
 
-  // `count` when all of it is with the system, or all but the end of its
-  // line; -1 when it was counted as lost.
+  // Writes one log record. `count` when all of it is with the system, or all
+  // but the end of its line; -1 when it was counted as lost.
   int32_t Write(const void* buffer, uint32_t count) override {
     if (!buffer) return -1;
     const std::string_view line(static_cast<const char*>(buffer), count);

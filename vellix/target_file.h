@@ -60,7 +60,8 @@ struct FileOptions {
 // until Reopen is called. The host's file then stays open.
 class FileTarget : public FdTarget {
  public:
-  // Throws std::system_error when the file cannot be opened.
+  // Opens the file `path`, which is made if it is missing. Throws
+  // std::system_error when that fails.
   explicit FileTarget(const std::string& path, const FileOptions& options = {})
       : options_(options) {
     names_.push_back(path);

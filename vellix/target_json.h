@@ -154,11 +154,11 @@ class UtcText {
 // std::bad_alloc. errno stays as it was.
 class JsonTarget : public Target {
  public:
-  // `next` must outlive this.
+  // Hands the lines to `next`, which must outlive this.
   explicit JsonTarget(QuorlBased::IQuorlStream& next) : next_(next) {}
 
-  // `count` when `next` took all of the line; otherwise, and for a line of 4
-  // GiB and more, -1.
+  // Writes one log record. `count` when `next` took all of the line; otherwise,
+  // and for a line of 4 GiB and more, -1.
   int32_t Write(const void* buffer, uint32_t count) override {
     if (!buffer) return -1;
     const ErrnoScope keep;

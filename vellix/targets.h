@@ -47,8 +47,8 @@ class TeeTarget : public Target {
     branches_.push_back({&target, lowest});
   }
 
-  // `count`, or -1 when a target failed or threw. Throws nothing. Cancellation
-  // is held off.
+  // Hands one log record on. `count`, or -1 when a target failed or threw.
+  // Throws nothing. Cancellation is held off.
   int32_t Write(const void* buffer, uint32_t count) override {
     if (!buffer) return -1;
     const CancellationScope hold;  // its unwinding could not pass the handler
@@ -95,7 +95,8 @@ struct CapturedRecord {
 // clears it at every Write, it leaves the thread's failure record alone.
 class CaptureTarget : public Target {
  public:
-  // What is no log record is kept as a message. Throws std::bad_alloc.
+  // Keeps one log record. What is none is kept as a message. Throws
+  // std::bad_alloc.
   int32_t Write(const void* buffer, uint32_t count) override {
     if (!buffer) return -1;
     const std::string_view line(static_cast<const char*>(buffer), count);
