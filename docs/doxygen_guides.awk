@@ -25,14 +25,14 @@ function declare(line) {
   sub(/^__attribute__\(\(.*\)\) /, "", line)
   if (line ~ /^namespace /) {
     sub(/^namespace /, "", line)
-    sub(/ *{.*/, "", line)
+    sub(/ *[{].*/, "", line)
     scopes[++depth] = line "::"
   } else if (line ~ /^}  \/\/ namespace/) {
     --depth
   }
   scope = depth ? scopes[depth] : ""
   if (scope ~ /_internal|detail|record_rule/) return
-  if (match(line, /^(class|struct) [A-Za-z0-9_]+ ?(final|:|{)/)) {
+  if (match(line, /^(class|struct) [A-Za-z0-9_]+ ?(final|:|[{])/)) {
     split(line, words, " ")
     learn(words[2], scope)
     logger = words[2] == "IQuorlLogger" ? scope "IQuorlLogger::" : ""
