@@ -31,7 +31,8 @@ set(VELLIX_WARNINGS -Wall -Wextra -Wconversion -Wshadow -Wformat=2)
 add_library(vellix_warnings INTERFACE)
 target_compile_options(vellix_warnings INTERFACE ${VELLIX_WARNINGS})
 
-set(VELLIX_OPTIMISED $<CONFIG:Release,RelWithDebInfo,MinSizeRel>)
+set(VELLIX_OPTIMISED
+    $<OR:$<CONFIG:Release>,$<CONFIG:RelWithDebInfo>,$<CONFIG:MinSizeRel>>)
 
 # The mark says that every function may be called under indirect branch
 # tracking. The C library's _init and _fini may not, and do nothing: a name that
