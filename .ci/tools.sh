@@ -23,10 +23,10 @@ need() {
   done
   [ ${#packages[@]} -gt 0 ] || return 0
 
-  local as_root=() advice="Install them, then call again: ${packages[*]}"
-  command -v apt-get >/dev/null || fail "apt-get is missing. $advice"
+  local as_root=() missing="missing Debian packages: ${packages[*]}"
+  command -v apt-get >/dev/null || fail "$missing"
   if [ "$(id -u)" -ne 0 ]; then
-    command -v sudo >/dev/null || fail "needs root or sudo. $advice"
+    command -v sudo >/dev/null || fail "$missing (installing needs root)"
     as_root=(sudo)
   fi
   echo "Installing: ${packages[*]}" >&2
@@ -34,7 +34,7 @@ need() {
     "${as_root[@]}" apt-get update -q &&
       "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
         apt-get install -qy --no-install-recommends "${packages[@]}"
-  } >&2 </dev/null || fail "apt-get could not install them. $advice"
+  } >&2 </dev/null || fail "apt-get could not install them; $missing"
 }
 
 # unpack <package>...: puts the packages, and what they need and is not there,
@@ -57,18 +57,25 @@ unpack() {
   done
 }
 
-# need_build_tools: what every preset needs.
+build_tools=(g++ cmake ninja=ninja-build)
+docs_tools=("${build_tools[@]}" doxygen)
+
+# need_build_tools: what the library needs.
 need_build_tools() {
-  need g++ cmake ninja=ninja-build \
-    /usr/include/gtest/gtest.h=libgtest-dev
+  need "${build_tools[@]}"
+}
+
+# need_docs_tools: what the documentation site needs.
+need_docs_tools() {
+  need "${docs_tools[@]}"
 }
 
 # need_test_tools: what the test suite calls.
 need_test_tools() {
-  need_build_tools
-  need clang++=clang abidiff=abigail-tools pkg-config readelf=binutils \
+  need "${docs_tools[@]}" /usr/include/gtest/gtest.h=libgtest-dev git \
+    clang++=clang abidiff=abigail-tools pkg-config readelf=binutils \
     /usr/include/fmt/format.h=libfmt-dev \
-    dpkg-shlibdeps=dpkg-dev file python3 lnav jq doxygen \
+    dpkg-shlibdeps=dpkg-dev file python3 lnav jq \
     /usr/include/sqlite3.h=libsqlite3-dev
   unpack rsyslog syslog-ng-core logrotate systemd-journal-remote
 }
@@ -76,7 +83,7 @@ need_test_tools() {
 # need_bench_tools: what the benchmarks call. Peers are measured if they are
 # there.
 need_bench_tools() {
-  need g++ cmake ninja=ninja-build pkg-config python3 strace valgrind \
+  need "${build_tools[@]}" pkg-config python3 strace valgrind \
     /usr/include/benchmark/benchmark.h=libbenchmark-dev
 }
 
