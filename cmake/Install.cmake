@@ -3,6 +3,7 @@
 include(CMakePackageConfigHelpers)
 
 set(vellix_cmake_dir ${CMAKE_INSTALL_LIBDIR}/cmake/vellix)
+set(vellix_data_dir ${CMAKE_INSTALL_DATADIR}/vellix)
 
 install(TARGETS vellix EXPORT vellixTargets
     LIBRARY COMPONENT runtime NAMELINK_COMPONENT development)
@@ -10,13 +11,14 @@ install(TARGETS vellix_toolkit EXPORT vellixTargets
     ARCHIVE COMPONENT development)
 install(FILES ${VELLIX_PUBLIC_HEADERS}
     DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/vellix COMPONENT development)
-install(DIRECTORY share/vellix
-    DESTINATION ${CMAKE_INSTALL_DATADIR} COMPONENT development OPTIONAL)
+install(DIRECTORY share/vellix/
+    DESTINATION ${vellix_data_dir} COMPONENT development)
 
 install(EXPORT vellixTargets NAMESPACE vellix::
     DESTINATION ${vellix_cmake_dir} COMPONENT development)
 configure_package_config_file(cmake/vellixConfig.cmake.in vellixConfig.cmake
-    INSTALL_DESTINATION ${vellix_cmake_dir} NO_SET_AND_CHECK_MACRO)
+    INSTALL_DESTINATION ${vellix_cmake_dir} PATH_VARS vellix_data_dir
+    NO_SET_AND_CHECK_MACRO NO_CHECK_REQUIRED_COMPONENTS_MACRO)
 write_basic_package_version_file(vellixConfigVersion.cmake
     COMPATIBILITY SameMajorVersion)
 install(FILES
@@ -43,11 +45,14 @@ foreach(name IN ITEMS vellix vellix-toolkit)
       DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
 endforeach()
 
-install(FILES README.md CHANGELOG.md
-    DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation OPTIONAL)
-install(DIRECTORY docs/
+# As in the source tree, so that the links of the documents hold.
+install(FILES README.md CHANGELOG.md CONTRIBUTING.md SECURITY.md
+    DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation)
+install(DIRECTORY docs
     DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation
-    FILES_MATCHING PATTERN "*.md")
+    FILES_MATCHING PATTERN "*.md" PATTERN "*.svg")
+install(DIRECTORY examples
+    DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation)
 
 if(PROJECT_IS_TOP_LEVEL)
   include(cmake/Packaging.cmake)

@@ -8,7 +8,10 @@ set(debian_version ${PROJECT_VERSION}-0vellix1)
 # The files that Debian wants in the documentation directory of each package.
 configure_file(cmake/debian/changelog.in ${debian}/changelog @ONLY)
 execute_process(COMMAND gzip -9nc ${debian}/changelog
-    OUTPUT_FILE ${debian}/changelog.Debian.gz COMMAND_ERROR_IS_FATAL ANY)
+    OUTPUT_FILE ${debian}/changelog.Debian.gz RESULT_VARIABLE failed)
+if(failed)
+  message(FATAL_ERROR "gzip cannot compress the packages' changelog: ${failed}")
+endif()
 
 # vellix_package(<component> <package> <section> <one line> <description>)
 macro(vellix_package component package section summary description)
@@ -56,11 +59,10 @@ set(CPACK_DEBIAN_PACKAGE_RELEASE 0vellix1)
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS ON)
-set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA
+    ${CMAKE_CURRENT_SOURCE_DIR}/cmake/debian/shlibs
     ${CMAKE_CURRENT_SOURCE_DIR}/cmake/debian/symbols
     ${CMAKE_CURRENT_SOURCE_DIR}/cmake/debian/triggers)
-set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS
     "libvellix1 (= ${debian_version})")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SUGGESTS "libfmt-dev")
