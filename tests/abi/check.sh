@@ -30,8 +30,6 @@ headers() {
         -Wextra -Wconversion -Wshadow -Wpedantic -Werror -include {} -x c++ \
         /dev/null <<<"$public"
     done
-    "$compiler" -std=c99 -fsyntax-only -I. -Wall -Wextra -pedantic -Werror \
-      -include vellix/c.h -x c /dev/null
   done
   ! grep -oE '^#include "vellix/[^"]+' $public | cut -d'"' -f2 |
     grep -vxF "$public"

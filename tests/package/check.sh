@@ -1,68 +1,69 @@
 #!/usr/bin/env bash
 # check.sh <step> <directory to work in> <version> <compiler>...:
-# builds users of the library against what is installed.
+# builds, installs, packages and uses the library as the documents say.
 set -euxo pipefail
-source=$PWD work=$2 library=$2/library version=$3
-export CXX=$4 CMAKE_GENERATOR=Ninja
+work=$2 tree=$2/tree root=$2/root version=$3 start=docs/getting-started.md
+export CXX=$4 CMAKE_GENERATOR=Ninja CMAKE_PREFIX_PATH=$2/installed/opt/vellix
 
-# use <directory> <option of cmake>...: hosts and modules share log and record.
-use() {
-  cmake -S "$source/examples" -B "$@"
-  cmake --build "$1" --target vellix_demo_{host,stream} vellix_plugin_host
-  ctest --test-dir "$1" -R 'demo_|plugin' --no-tests=error
+# block <document> <heading> <kind>: the first such code below the heading.
+block() {
+  sed "1,/^#* $2\$/d" "$tree/$1" | sed "1,/^\`\`\`$3\$/d; /^\`\`\`/,\$d"
 }
 
-# The library as it is installed and packaged.
+# In a copy of what it takes. The packages go into a root of their own.
 build() {
-  cmake -S "$source" -B "$library" -DCMAKE_BUILD_TYPE=Release \
-    -DCMAKE_INSTALL_PREFIX=/usr -DVELLIX_BUILD_{TESTS,EXAMPLES}=OFF
-  cmake --build "$library" --target all vellix_docs
+  rm -rf "$work"/{installed,root}
+  mkdir -p "$tree" "$root"/var/lib/dpkg/{info,updates,triggers}
+  cp -a CMakeLists.txt ./*.md cmake docs examples share vellix "$tree"
+  cp /var/lib/dpkg/status "$root/var/lib/dpkg"  # which has what they need
+  cd "$tree"
+  block README.md "A host" cpp | tee host.cpp "$root/host.cpp"
+  bash -ec "$(block README.md "A host" sh)" | grep MG=listening
+  DESTDIR=$work/installed bash -ec "$(block $start "Build and install" sh)"
+  bash -ec "$(block $start "Debian packages" sh)"
+  dpkg --root="$root" --force-not-root --unpack build/package/*.deb
+  rm "$root"/var/lib/dpkg/info/*.post*  # they call ldconfig
+  dpkg --root="$root" --force-not-root --configure libvellix{1,-dev,-doc}
+  cd "$root"
+  CPATH=usr/include LD_LIBRARY_PATH=$(dirname usr/lib/*/libvellix.so) \
+    bash -ec "$(block README.md "A host" sh | tail -n 2)" | grep MG=listening
+  cd usr/share/doc/vellix
+  ls reference ../../vellix $(grep -oP '\]\((?!http)\K[^)#]+' README.md)
 }
 
-# find_package and pkg-config against an installation that was moved.
+# find_package and pkg-config find what was installed, and moved since.
 found() {
-  rm -rf "$work"/{installed,moved,found-*}
-  cmake --install "$library" --prefix "$work/installed"
-  mv "$work/installed" "$work/moved"
-  for CXX in "$@"; do
-    use "$work/found-${CXX##*/}" -DCMAKE_PREFIX_PATH="$work/moved"
+  CXX=${!#} CMAKE_PREFIX_PATH=$root/usr \
+    cmake -S "$root/usr/share/doc/vellix/examples" -B "$work/use"
+  cmake --build "$work/use" --target vellix_{demo_host,demo_stream,plugin_host}
+  ctest --test-dir "$work/use" -R 'demo_|plugin|python' --no-tests=error
+  cd "$CMAKE_PREFIX_PATH/lib"
+  for request in 2.0 "1.1 COMPONENTS sockets"; do
+    echo "find_package(vellix $request REQUIRED)" >refused.cmake
+    (! cmake -P refused.cmake 2>&1) | grep -E "version: $version|nt sockets,"
   done
-  export PKG_CONFIG_PATH=$(dirname "$(find "$work/moved" -name vellix.pc)")
-  $CXX -std=c++20 -Wall -Werror "$source/examples/read_failures.cpp" \
-    -o "$work/by-pkg-config" $(pkg-config --cflags --libs vellix-toolkit)
-  (cd "$work" && LD_LIBRARY_PATH=$PKG_CONFIG_PATH/.. ./by-pkg-config)
+  export LD_LIBRARY_PATH=. PKG_CONFIG_PATH=pkgconfig
+  block $start "A module" cpp >app.cpp
+  bash -ec "$(block $start "A module" sh)" | grep "Code: 10021013"
 }
 
 # A parent project that brings the sources gets the same bytes from elsewhere.
 fetched() {
-  rm -rf "$work"/{copy,fetched}
-  mkdir "$work/copy"
-  cp -r "$source"/{CMakeLists.txt,cmake,vellix} "$work/copy"
-  CCACHE_DISABLE=1 use "$work/fetched" -DVELLIX_SOURCE="$work/copy" \
-    -DCMAKE_BUILD_TYPE=Release
-  diff "$library/libvellix.so" "$work/fetched/_deps/vellix-build"
-  diff "$library/libvellix_toolkit.a" "$work/fetched/_deps/vellix-build"
-}
-
-# The Debian packages: what lies where, what needs what, and no file twice.
-debian() {
-  rm -rf "$library"/*.deb "$work/packages"
-  (cd "$library" && cpack)
-  mkdir "$work/packages"
-  cd "$work/packages"
-  for package in libvellix1 libvellix-dev libvellix-doc; do
-    dpkg-deb -R "$library/$package"_*.deb $package
+  export CCACHE_DISABLE=1 VELLIX_REPOSITORY=$tree
+  export GIT_CONFIG_{COUNT=1,KEY_0=protocol.file.allow,VALUE_0=always}
+  cd "$tree"
+  git init -q -b "v$version"
+  git add CMakeLists.txt cmake vellix
+  git -c user.name=vellix -c user.email=@ commit -qm sources --allow-empty
+  for recipe in FetchContent "A git submodule"; do
+    rm -rf "$work/parent"
+    git init -q "$work/parent"
+    cd "$work/parent"
+    block $start "$recipe" cmake >CMakeLists.txt
+    block $start "A module" cpp >app.cpp
+    bash -ec "$(block $start "$recipe" sh)"
+    cmp "$tree/build/library/libvellix.so" "$(find build -name libvellix.so)"
   done
-  lib=usr/lib/$(dpkg-architecture -qDEB_HOST_MULTIARCH)
-  [ "$(cd libvellix1 && find usr/lib ! -type d | wc -l)" = 2 ]
-  [ "$(readlink "libvellix-dev/$lib/libvellix.so")" = libvellix.so.1 ]
-  ls libvellix1/$lib/libvellix.so.$version \
-    libvellix-dev/$lib/{libvellix_toolkit.a,cmake/vellix/vellixConfig.cmake}
-  grep -E '^Depends: .*libc6 .*libstdc\+\+6' libvellix1/DEBIAN/control
-  grep -x "libvellix 1 libvellix1 (>= $version.*)" libvellix1/DEBIAN/shlibs
-  grep "^Depends: libvellix1 (= $version-" libvellix-dev/DEBIAN/control
-  diff -r "$source/share/vellix" libvellix-dev/usr/share/vellix
-  [ -z "$(find . -path './*/usr/*' ! -type d | cut -d/ -f3- | sort | uniq -d)" ]
 }
 
 "$1" "${@:4}"
