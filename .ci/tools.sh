@@ -10,6 +10,11 @@ fail() {
   exit 1
 }
 
+# as_root <command>...: asks sudo for a user.
+as_root() {
+  if [ "$(id -u)" -eq 0 ]; then "$@"; else sudo "$@"; fi
+}
+
 # need <command or file>[=<package>]...: installs the Debian packages of what
 # is not there. A file is an absolute path and may be a pattern; a package
 # defaults to the command.
@@ -23,33 +28,39 @@ need() {
   done
   [ ${#packages[@]} -gt 0 ] || return 0
 
-  local as_root=() missing="missing Debian packages: ${packages[*]}"
+  local missing="missing Debian packages: ${packages[*]}"
   command -v apt-get >/dev/null || fail "$missing"
-  if [ "$(id -u)" -ne 0 ]; then
-    command -v sudo >/dev/null || fail "$missing (installing needs root)"
-    as_root=(sudo)
-  fi
+  [ "$(id -u)" -eq 0 ] || command -v sudo >/dev/null ||
+    fail "$missing (installing needs root)"
   echo "Installing: ${packages[*]}" >&2
   {
-    "${as_root[@]}" apt-get update -q &&
-      "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
+    as_root apt-get update -q &&
+      as_root env DEBIAN_FRONTEND=noninteractive \
         apt-get install -qy --no-install-recommends "${packages[@]}"
   } >&2 </dev/null || fail "apt-get could not install them; $missing"
 }
 
-# unpack <package>...: puts the packages, and what they need and is not there,
-# into build/tools. They are not installed: they bring services, and some exclude
-# each other.
+# download <package> <directory>: the package, and what it needs and is not
+# there.
+download() {
+  apt-get install -qqy --no-install-recommends --reinstall --download-only \
+    -o Debug::NoLocking=1 -o Dir::Cache::archives="$2" "$1" >&2 </dev/null
+}
+
+# unpack <package>...: puts the packages into build/tools. They are not
+# installed: they bring services, and some exclude each other. A machine that
+# has all its tools may have no list of packages.
 unpack() {
   local package files file
   for package in "$@"; do
-    files=build/tools.apt/$package
     [ ! -e "build/tools/$package.unpacked" ] || continue
     echo "Unpacking: $package" >&2
+    files=$PWD/build/tools.apt/$package
     mkdir -p "$files/partial"
-    apt-get install -qqy --no-install-recommends --reinstall --download-only \
-      -o Debug::NoLocking=1 -o Dir::Cache::archives="$PWD/$files" "$package" \
-      >&2 </dev/null || fail "apt-get could not download $package. Is its list of packages there (apt-get update)?"
+    download "$package" "$files" 2>/dev/null ||
+      { as_root apt-get update -q >&2 </dev/null &&
+        download "$package" "$files"; } ||
+      fail "apt-get could not download $package"
     for file in "$files"/*.deb; do
       dpkg-deb -x "$file" build/tools
     done
