@@ -1,5 +1,5 @@
-# `cpack -G DEB` in a build directory: libvellix1, libvellix-dev and
-# libvellix-doc. Configure with CMAKE_INSTALL_PREFIX=/usr for Debian's layout.
+# `cpack` in a build directory: libvellix1, libvellix-dev and libvellix-doc. The
+# prefix has to be /usr when the build is configured, for Debian's layout.
 set(VELLIX_MAINTAINER "The vellix authors <authors@vellix.invalid>"
     CACHE STRING "Who answers for the packages")
 set(debian ${CMAKE_CURRENT_BINARY_DIR}/debian)
