@@ -4,7 +4,7 @@ set -euo pipefail
 cd "$(dirname "$0")/../.."
 
 exports() {
-  diff <(nm -D --defined-only "$1" | cut -d' ' -f3 | sort) \
+  diff <(readelf -W --dyn-syms "$1" | sed -n '/ UND /!s/^ *[0-9].* //p' | sort) \
     <(printf '%s\n' GetQuorlException GetQuorlLogger ReleaseQuorlException)
 }
 
@@ -25,7 +25,7 @@ headers() {
   local public compiler standard
   public=$(grep -oE '^    [a-z_]+\.h' CMakeLists.txt | sed 's|^ *|vellix/|')
   for compiler in "$@"; do
-    for standard in 17 20; do
+    for standard in 17 20 2b; do
       xargs -P 2 -I{} "$compiler" "-std=c++$standard" -fsyntax-only -I. -Wall \
         -Wextra -Wconversion -Wshadow -Wpedantic -Werror -include {} -x c++ \
         /dev/null <<<"$public"
