@@ -4,7 +4,7 @@ set -euo pipefail
 cd "$(dirname "$0")/../.."
 
 exports() {
-  diff <(readelf -W --dyn-syms "$1" | sed -n '/ UND /!s/^ *[0-9].* //p' | sort) \
+  diff <(readelf -W --dyn-syms "$1" | sed -En '/ UND | LOCAL /!s/^ *[0-9].* //p' | sort) \
     <(printf '%s\n' GetQuorlException GetQuorlLogger ReleaseQuorlException)
 }
 
@@ -17,6 +17,7 @@ release() {
     'GNU_STACK .* RW +0x' __stack_chk_fail '__[a-z]+_chk'; do
     grep -Eq "$pattern" <<<"$facts" || { echo "no $pattern"; exit 1; }
   done
+  ! readelf -h "$1" | grep X86-64 || grep 'feature: IBT, SHSTK' <<<"$facts"
   ! grep -E 'RPATH|RUNPATH|TEXTREL|NOOPEN|UNIQUE' <<<"$facts"
 }
 

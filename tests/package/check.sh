@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
-# check.sh <step> <directory to work in> <version> <build of the library>
-# <compiler>...: builds users of the library against what is installed.
+# check.sh <step> <directory to work in> <version> <compiler>...:
+# builds users of the library against what is installed.
 set -euxo pipefail
-source=$PWD work=$2 version=$3 library=$4
-export CXX=$5 CMAKE_GENERATOR=Ninja
+source=$PWD work=$2 library=$2/library version=$3
+export CXX=$4 CMAKE_GENERATOR=Ninja
 
 # use <directory> <option of cmake>...: hosts and modules share log and record.
 use() {
@@ -14,7 +14,7 @@ use() {
 
 # The library as it is installed and packaged.
 build() {
-  [ -e "$library/build.ninja" ] || cmake -S "$source" -B "$library" -DCMAKE_BUILD_TYPE=Release \
+  cmake -S "$source" -B "$library" -DCMAKE_BUILD_TYPE=Release \
     -DCMAKE_INSTALL_PREFIX=/usr -DVELLIX_BUILD_{TESTS,EXAMPLES}=OFF
   cmake --build "$library" --target all vellix_docs
 }
@@ -30,7 +30,7 @@ found() {
   export PKG_CONFIG_PATH=$(dirname "$(find "$work/moved" -name vellix.pc)")
   $CXX -std=c++20 -Wall -Werror "$source/examples/read_failures.cpp" \
     -o "$work/by-pkg-config" $(pkg-config --cflags --libs vellix-toolkit)
-  (cd "$work" && LD_LIBRARY_PATH=$PKG_CONFIG_PATH/.. $EMULATOR ./by-pkg-config)
+  (cd "$work" && LD_LIBRARY_PATH=$PKG_CONFIG_PATH/.. ./by-pkg-config)
 }
 
 # A parent project that brings the sources gets the same bytes from elsewhere.
@@ -53,7 +53,7 @@ debian() {
   for package in libvellix1 libvellix-dev libvellix-doc; do
     dpkg-deb -R "$library/$package"_*.deb $package
   done
-  lib=usr/lib/$($CXX -print-multiarch)
+  lib=usr/lib/$(dpkg-architecture -qDEB_HOST_MULTIARCH)
   [ "$(cd libvellix1 && find usr/lib ! -type d | wc -l)" = 2 ]
   [ "$(readlink "libvellix-dev/$lib/libvellix.so")" = libvellix.so.1 ]
   ls libvellix1/$lib/libvellix.so.$version \
@@ -65,4 +65,4 @@ debian() {
   [ -z "$(find . -path './*/usr/*' ! -type d | cut -d/ -f3- | sort | uniq -d)" ]
 }
 
-"$1" "${@:5}"
+"$1" "${@:4}"
