@@ -41,6 +41,11 @@ if(CMAKE_SYSTEM_PROCESSOR STREQUAL x86_64)
   set(VELLIX_CONTROL_FLOW_LINK -Wl,-z,ibt,-z,shstk,-init=none,-fini=none)
 endif()
 
+# A level of your own stays. Some compilers have set one, which is undone first.
+if(NOT CMAKE_CXX_FLAGS MATCHES _FORTIFY_SOURCE)
+  set(VELLIX_FORTIFY -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2)
+endif()
+
 function(vellix_library_options target)
   set_target_properties(${target} PROPERTIES
       POSITION_INDEPENDENT_CODE ON
@@ -54,8 +59,7 @@ function(vellix_library_options target)
       -fno-ident
       # A unique symbol would keep the library from ever being unloaded.
       $<$<CXX_COMPILER_ID:GNU>:-fno-gnu-unique>
-      $<${VELLIX_OPTIMISED}:-U_FORTIFY_SOURCE
-                            -D_FORTIFY_SOURCE=2
+      $<${VELLIX_OPTIMISED}:${VELLIX_FORTIFY}
                             -fstack-protector-strong
                             -fstack-clash-protection
                             ${VELLIX_CONTROL_FLOW_COMPILE}>)

@@ -1,4 +1,6 @@
-# Packages for another architecture: its name, and what they depend on.
+# Packages for another architecture: its name, and what they depend on. The
+# documentation is the same for all.
+list(REMOVE_ITEM CPACK_COMPONENTS_ALL documentation)
 execute_process(
     COMMAND dpkg-architecture -f -t ${CMAKE_LIBRARY_ARCHITECTURE}
             -q DEB_HOST_ARCH
