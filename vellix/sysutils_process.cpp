@@ -46,7 +46,7 @@ bool CQuorlBasedProcess::RunInternal(bool startSuspended, bool background) {
     pid_.store(0, std::memory_order_release);
     return false;
   }
-  unjoined_.store(true, std::memory_order_release);
+  unjoined_.store(1, std::memory_order_release);
   while (GetProcesspId() == -1) PollPause();
   return GetProcesspId() != 0;
 }
@@ -165,7 +165,7 @@ bool CQuorlBasedProcess::Collect() {
 
 // The launcher, once, if there is one to be joined.
 std::optional<pthread_t> CQuorlBasedProcess::TakeLauncher() {
-  if (!unjoined_.exchange(false, std::memory_order_acq_rel)) return {};
+  if (unjoined_.exchange(0, std::memory_order_acq_rel) == 0) return {};
   return launcher_;
 }
 
