@@ -134,6 +134,9 @@ class CQuorlBasedProcess {
   std::atomic<bool> running_{false};
   std::atomic<uint32_t> unjoined_{0};
 
+  // The destructor leaves the child running: the launcher is to end.
+  std::atomic<bool> abandoned_{false};
+
   // Tells a call of Terminate from which run it has killed the child.
   std::atomic<uint32_t> run_{0};
 
