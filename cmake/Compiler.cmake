@@ -34,12 +34,9 @@ target_compile_options(vellix_warnings INTERFACE ${VELLIX_WARNINGS})
 set(VELLIX_OPTIMISED
     $<OR:$<CONFIG:Release>,$<CONFIG:RelWithDebInfo>,$<CONFIG:MinSizeRel>>)
 
-# The mark says that every function may be called under indirect branch
-# tracking. The C library's _init and _fini may not, and do nothing: a name that
-# does not exist keeps them from being called.
-if(CMAKE_SYSTEM_PROCESSOR STREQUAL x86_64)
-  set(VELLIX_CONTROL_FLOW_COMPILE -fcf-protection=full)
-  set(VELLIX_CONTROL_FLOW_LINK -Wl,-z,ibt,-z,shstk,-init=none,-fini=none)
+# A level of your own stays. Some compilers have set one, which is undone first.
+if(NOT CMAKE_CXX_FLAGS MATCHES _FORTIFY_SOURCE)
+  set(VELLIX_FORTIFY -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2)
 endif()
 
 function(vellix_library_options target)
@@ -55,20 +52,8 @@ function(vellix_library_options target)
       -fno-ident
       # A unique symbol would keep the library from ever being unloaded.
       $<$<CXX_COMPILER_ID:GNU>:-fno-gnu-unique>
-      $<${VELLIX_OPTIMISED}:-U_FORTIFY_SOURCE
-                            -D_FORTIFY_SOURCE=2
+      $<${VELLIX_OPTIMISED}:${VELLIX_FORTIFY}
                             -fstack-protector-strong
                             -fstack-clash-protection
                             ${VELLIX_CONTROL_FLOW_COMPILE}>)
-endfunction()
-
-function(vellix_shared_library_options target)
-  target_link_options(${target} PRIVATE
-      -Wl,--version-script=${PROJECT_SOURCE_DIR}/cmake/vellix.map
-      -Wl,-z,relro,-z,now,-z,noexecstack
-      "$<${VELLIX_OPTIMISED}:${VELLIX_CONTROL_FLOW_LINK}>")
-  # A sanitizer's run time is supplied by the executable.
-  if(NOT VELLIX_SANITIZED)
-    target_link_options(${target} PRIVATE -Wl,-z,defs)
-  endif()
 endfunction()

@@ -108,7 +108,7 @@ const Operation operations[] = {
     {"first record", GetQuorlException, kThrown},
     {"texts", UseTexts, kThrown},
     {"blocks", UseBlocks, kThrown},
-    {"append", Append, kRecorded, "open64", kFileFailure, "file_open error"},
+    {"append", Append, kRecorded, "open", kFileFailure, "file_open error"},
     {"save", Save, kRecorded, "write", kFileFailure, "file_write error"},
     {"close", Save, kRecorded, "close", kFileFailure, "file_close error"},
     // Survives a failed growth in advance; the copy grows the block.
@@ -225,7 +225,7 @@ TEST_F(Faults, FreeAndCloseNeedNoMemoryForARecord) {
 }
 
 TEST_F(Faults, ALogThatCannotBeLookedAtIsNotEmptied) {
-  const Fault fault("stat64", EIO);
+  const Fault fault("stat", EIO);
   EXPECT_TRUE(Append());
   EXPECT_EQ(fault.struck, 1);
   EXPECT_EQ(support::ReadFile(file), big);

@@ -12,9 +12,9 @@ static Names* scripted = nullptr;  // what is read instead of the disk
 static int interrupted_draws = 0;  // the next n draws fail with EINTR
 static int zero_draws = 0;         // the next n draws return zeros
 
-WRAP(dirent*, readdir64, (DIR * dir)) {
+WRAP(dirent*, readdir, (DIR * dir)) {
   static dirent entry;
-  if (!scripted) return __real_readdir64(dir);
+  if (!scripted) return __real_readdir(dir);
   if (scripted->empty()) return nullptr;  // errno keeps what it had
   strcpy(entry.d_name, scripted->front().c_str());
   scripted->pop_front();
@@ -223,9 +223,9 @@ TEST(Find, SkipsDotEntriesOnlyWhileTheyAreTheFirstMatches) {
 }
 
 TEST(Find, AFailureIsThrownAndLeavesNothingOpen) {
+  const auto open = support::OpenDescriptors();
   Names dots = {"..", "."};
   scripted = &dots;
-  const auto open = support::OpenDescriptors();
   ExpectThrown([] { find_first("/", "*"); }, kNotFound, "No file can be found");
   ExpectThrown([] { find_first("/", "x"); }, kGeneralFailure,
                support::ErrnoMessage("find_first error", EDOM));

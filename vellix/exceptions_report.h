@@ -10,15 +10,13 @@
 #ifndef VELLIX_EXCEPTIONS_REPORT_H_
 #define VELLIX_EXCEPTIONS_REPORT_H_
 
-#include <cxxabi.h>
-#include <pthread.h>
-
 #include <cerrno>
 #include <exception>
 #include <type_traits>
 #include <utility>
 
 #include "vellix/exceptions.h"
+#include "vellix/sysutils_platform_cancel.h"
 
 namespace QuorlBased {
 
@@ -33,29 +31,16 @@ namespace QuorlBased {
 // time included; it is dropped.
 template <typename Body>
 VELLIX_LETS_UNWINDING_PASS bool Completes(Body body) {
+  [[maybe_unused]] const UnwindingHold hold;
   try {
     body();
     return true;
-  } catch (abi::__forced_unwind&) {
+  } catch (ForcedUnwind&) {
     throw;
   } catch (...) {
     return false;
   }
 }
-
-// Keeps the calling thread from being cancelled while it lives.
-class CancellationHold {
- public:
-  CancellationHold() {
-    pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &previous_);
-  }
-  CancellationHold(const CancellationHold&) = delete;
-  CancellationHold& operator=(const CancellationHold&) = delete;
-  ~CancellationHold() { pthread_setcancelstate(previous_, nullptr); }
-
- private:
-  int previous_ = PTHREAD_CANCEL_ENABLE;
-};
 
 // A module of the toolkit, by the name that its failures carry as their file.
 class FailureSource {
@@ -95,6 +80,7 @@ class FailureSource {
   VELLIX_LETS_UNWINDING_PASS std::invoke_result_t<Body&> Guard(
       std::invoke_result_t<Body&> failure, Body body,
       CBaseException* kept = nullptr, int line = __builtin_LINE()) const {
+    [[maybe_unused]] const UnwindingHold unwinding_hold;
     try {
       return body();
     } catch (CBaseException& e) {
@@ -105,7 +91,7 @@ class FailureSource {
       GetQuorlException()->Copy(&e);
     } catch (const std::exception& e) {
       Set(kStandardException, e.what(), line, kept);
-    } catch (abi::__forced_unwind&) {
+    } catch (ForcedUnwind&) {
       throw;
     } catch (...) {
       Set(kGeneralFailure, "Unknown exception", line, kept);

@@ -2,6 +2,7 @@
 
 #include "vellix/exceptions.h"
 #include "vellix/logger.h"
+#include "vellix/sysutils_platform.h"
 #include "vellix/sysutils_strings.h"
 #include "vellix/thread_id.h"
 
@@ -15,12 +16,7 @@ std::atomic<bool> sRunning{false};
 
 // The calling thread's record, found with one load. The slot of the key owns
 // it; this is a copy of its address.
-//
-// Initial-exec: the room comes with the thread. With other models the dynamic
-// linker allocates it at a thread's first record, and ends the process when
-// there is no memory.
-__attribute__((
-    tls_model("initial-exec"))) thread_local CQuorlException* sRecord;
+VELLIX_THREAD_LOCAL CQuorlException* sRecord;
 
 extern "C" {
 
@@ -36,6 +32,7 @@ static void on_thread_exit(void* value) {
 // library is torn down, the key may still be ours, or another library's.
 void EmptySlot(const CQuorlException* record) {
   const pthread_key_t key = TLSKeyKeeper::sTLSIndex.load();
+  if (key == QuorlBased::kNoThreadKey) return;
   if (pthread_getspecific(key) == record) pthread_setspecific(key, nullptr);
 }
 
@@ -43,7 +40,8 @@ void EmptySlot(const CQuorlException* record) {
 bool FillSlot(const CQuorlException* record) {
   // Read before the flag: a key of 0 after teardown implies a cleared flag.
   const pthread_key_t key = TLSKeyKeeper::sTLSIndex.load();
-  if (!sRunning.load() || pthread_setspecific(key, record) != 0) return false;
+  if (!sRunning.load() || key == QuorlBased::kNoThreadKey) return false;
+  if (pthread_setspecific(key, record) != 0) return false;
   if (sRunning.load()) return true;
   // Torn down meanwhile: the slot may be another library's by now.
   if (pthread_getspecific(key) == record) pthread_setspecific(key, nullptr);
@@ -82,7 +80,7 @@ void WriteExceptionRecord(const IQuorlException& failure) {
 TLSKeyKeeper::TLSKeyKeeper() {
   // If the system has no key left, this is none either: each call then makes a
   // new record.
-  pthread_key_t key = ~pthread_key_t{0};
+  pthread_key_t key = QuorlBased::kNoThreadKey;
   pthread_key_create(&key, on_thread_exit);
   sTLSIndex.store(key);
   sRunning.store(true);
@@ -90,7 +88,8 @@ TLSKeyKeeper::TLSKeyKeeper() {
 
 TLSKeyKeeper::~TLSKeyKeeper() {
   sRunning.store(false);
-  pthread_key_delete(sTLSIndex.load());
+  const pthread_key_t key = sTLSIndex.load();
+  if (key != QuorlBased::kNoThreadKey) pthread_key_delete(key);
   sTLSIndex.store(0);
 }
 

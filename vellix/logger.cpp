@@ -180,6 +180,7 @@ __attribute__((noinline)) void CQuorlLogger::WriteRecord(
   IQuorlStream* target = GetLogStream();
   if (!target) return;  // the library was torn down meanwhile
   const ErrnoKeeper errno_keeper;
+  [[maybe_unused]] const UnwindingHold hold_off;
   const ThreadId& thread_id = CurrentThreadId();
   if (generation_.load(std::memory_order_acquire) != thread_id.generation) {
     EnterProcess(thread_id.generation);

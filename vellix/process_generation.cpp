@@ -11,6 +11,9 @@ namespace {
 // handler wipes it, but runs after handlers that were registered earlier.
 std::atomic<uint32_t> sHandledMark{0};
 
+// The mark when the process forked last.
+std::atomic<uint32_t> sMarkBeforeFork{0};
+
 std::atomic<uint32_t> sLastGeneration{0};
 
 void (*sInChild)() = nullptr;
@@ -29,10 +32,15 @@ uint32_t NextProcessGeneration() {
 bool WatchForForks(void (*in_child)()) {
   sInChild = in_child;
   if (std::atomic<uint32_t>* wiped = PlatformForkMark()) gProcessMark = wiped;
-  return pthread_atfork(nullptr, nullptr, [] {
-           sHandledMark.store(0);
-           sInChild();
-         }) == 0;
+  const auto before = [] { sMarkBeforeFork.store(gProcessMark->load()); };
+  // Wipes the mark of a system that only says it does, such as QEMU: not one
+  // that the child has set meanwhile.
+  const auto in_new_child = [] {
+    uint32_t inherited = sMarkBeforeFork.load();
+    gProcessMark->compare_exchange_strong(inherited, 0);
+    sInChild();
+  };
+  return pthread_atfork(before, nullptr, in_new_child) == 0;
 }
 
 }  // namespace QuorlBased

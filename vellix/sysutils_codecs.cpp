@@ -1,7 +1,5 @@
 #include "vellix/sysutils_codecs.h"
 
-#include <endian.h>
-
 #include <algorithm>
 #include <array>
 #include <cstring>
@@ -11,6 +9,7 @@
 #include "vellix/res_keeper.h"
 #include "vellix/sysutils_hex.h"
 #include "vellix/sysutils_internal.h"
+#include "vellix/sysutils_platform_endian.h"
 #include "vellix/text_or_empty.h"
 
 namespace QuorlBased {
@@ -84,11 +83,11 @@ inline uint32_t GroupBits(const unsigned char* group) {
 inline uint64_t LoadBigEndian(const void* from) {
   uint64_t bits = 0;
   memcpy(&bits, from, sizeof(bits));
-  return be64toh(bits);
+  return BigEndian64(bits);
 }
 
 inline void StoreBigEndian(uint64_t bits, void* to) {
-  bits = htobe64(bits);
+  bits = BigEndian64(bits);
   memcpy(to, &bits, sizeof(bits));
 }
 

@@ -7,12 +7,11 @@
 #include <list>
 
 #include "vellix/sysutils_internal.h"
+#include "vellix/sysutils_platform.h"
 #include "vellix/sysutils_strings.h"
 
 namespace QuorlBased {
 namespace {
-
-constexpr char kLoadPath[] = "LD_LIBRARY_PATH";
 
 // get_environment_variable, which also stores its failure in `kept`.
 bool ReadVariable(const std::string& name, std::string& value,
@@ -58,7 +57,7 @@ bool delete_environment_variable(const std::string& name) {
 void dll_set_load_path(const std::string& dir) {
   std::string load_path;
   CBaseException failure;
-  if (!ReadVariable(kLoadPath, load_path, &failure) &&
+  if (!ReadVariable(kPlatformLoadPath, load_path, &failure) &&
       failure.GetCode() != kNotFound) {
     return;  // set, but there was no memory to read it: it must not be lost
   }
@@ -66,7 +65,7 @@ void dll_set_load_path(const std::string& dir) {
   if (std::find(entries.begin(), entries.end(), dir) != entries.end()) return;
   load_path += ':';
   load_path += dir;
-  set_environment_variable(kLoadPath, load_path);
+  set_environment_variable(kPlatformLoadPath, load_path);
 }
 
 void* load_dll(const char* filename) { return dlopen(filename, RTLD_LAZY); }

@@ -6,6 +6,7 @@
 #include "vellix/sysutils_internal.h"
 #include "vellix/sysutils_parsers.h"
 #include "vellix/sysutils_paths.h"
+#include "vellix/sysutils_platform.h"
 
 namespace QuorlBased {
 namespace {
@@ -78,7 +79,7 @@ std::string find_get_path(const find_data* search) {
 }
 
 bool find_is_folder(const find_data* search) {
-  return search && search->entry && (search->entry->d_type & DT_DIR) != 0;
+  return search && search->entry && PlatformIsFolder(*search->entry);
 }
 
 void find_close(find_data* search) {

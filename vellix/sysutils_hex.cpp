@@ -1,9 +1,9 @@
 #include "vellix/sysutils_hex.h"
 
-#include <endian.h>
-
 #include <cstdint>
 #include <cstring>
+
+#include "vellix/sysutils_platform_endian.h"
 
 namespace QuorlBased {
 namespace {
@@ -12,7 +12,7 @@ namespace {
 inline uint64_t PairAsNumber(unsigned char byte) {
   uint16_t pair = 0;
   memcpy(&pair, &kHexPairs[byte], sizeof(pair));
-  return le16toh(pair);
+  return LittleEndian16(pair);
 }
 
 }  // namespace
@@ -22,12 +22,12 @@ char* WriteHex(const unsigned char* from, size_t size, char separator,
   const uint64_t one = uint64_t{static_cast<unsigned char>(separator)} << 16;
   // Two bytes make 6 characters, stored at once with 2 that the next overwrite.
   for (; size > 2; size -= 2, from += 2, to += 6) {
-    const uint64_t text = htole64(one | one << 24 | PairAsNumber(from[0]) |
-                                  PairAsNumber(from[1]) << 24);
+    const uint64_t text = LittleEndian64(
+        one | one << 24 | PairAsNumber(from[0]) | PairAsNumber(from[1]) << 24);
     memcpy(to, &text, sizeof(text));
   }
   for (; size > 0; --size, ++from, to += 3) {
-    const uint64_t text = htole64(one | PairAsNumber(*from));
+    const uint64_t text = LittleEndian64(one | PairAsNumber(*from));
     memcpy(to, &text, 4);
   }
   return to;

@@ -5,6 +5,7 @@
 #include <mutex>
 
 #include "vellix/sysutils_internal.h"
+#include "vellix/sysutils_platform.h"
 #include "vellix/sysutils_polling.h"
 
 namespace QuorlBased {
@@ -21,6 +22,10 @@ struct PlatformMutex {
 
   pthread_mutex_t* mutex;
 };
+
+void Unlock(void* mutex) {
+  pthread_mutex_unlock(static_cast<pthread_mutex_t*>(mutex));
+}
 
 // The time of the monotonic clock in `timeout` milliseconds.
 timespec DeadlineIn(uint32_t timeout) {
@@ -76,7 +81,7 @@ CXEvent::CXEvent(bool autoReset, bool initialState)
   if (pthread_mutex_init(&mutex_, nullptr) != 0) {
     kSysutils.RaiseErrno(kGeneralFailure, "pthread_mutex_init: ");
   }
-  if (pthread_cond_init(&condition_, nullptr) != 0) {
+  if (PlatformInitCondition(&condition_) != 0) {
     pthread_mutex_destroy(&mutex_);
     kSysutils.RaiseErrno(kGeneralFailure, "pthread_cond_init: ");
   }
@@ -88,23 +93,28 @@ CXEvent::~CXEvent() {
 }
 
 bool CXEvent::Wait(uint32_t timeout) {
-  PlatformMutex mutex{&mutex_};
-  const std::lock_guard<PlatformMutex> hold(mutex);
-  if (!signaled_) {
-    const timespec deadline = DeadlineIn(timeout);
-    // Do not test `signaled_`: the first of the released threads may have
-    // cleared it, and one Set releases them all.
-    const uint64_t sets_before = sets_;
-    while (sets_ == sets_before) {
-      const int error =
-          timeout == kWaitForever
-              ? pthread_cond_wait(&condition_, &mutex_)
-              : pthread_cond_clockwait(&condition_, &mutex_, CLOCK_MONOTONIC,
-                                       &deadline);
-      if (error == ETIMEDOUT) return false;
-    }
+  bool set = false;
+  pthread_mutex_lock(&mutex_);
+  // Not by a destructor: not every platform calls it for a cancelled thread.
+  pthread_cleanup_push(Unlock, &mutex_);
+  set = signaled_ || AwaitSet(timeout);
+  if (set && auto_reset_) signaled_ = false;
+  pthread_cleanup_pop(1);
+  return set;
+}
+
+// With the mutex held: false when the time-out is over.
+bool CXEvent::AwaitSet(uint32_t timeout) {
+  const timespec deadline = DeadlineIn(timeout);
+  // Do not test `signaled_`: the first of the released threads may have
+  // cleared it, and one Set releases them all.
+  const uint64_t sets_before = sets_;
+  while (sets_ == sets_before) {
+    const int error = timeout == kWaitForever
+                          ? pthread_cond_wait(&condition_, &mutex_)
+                          : PlatformWaitUntil(&condition_, &mutex_, deadline);
+    if (error == ETIMEDOUT) return false;
   }
-  if (auto_reset_) signaled_ = false;
   return true;
 }
 

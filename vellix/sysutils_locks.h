@@ -76,6 +76,8 @@ class CXEvent {
   void Reset();
 
  private:
+  bool AwaitSet(uint32_t timeout);
+
   bool auto_reset_;
   bool signaled_;
   pthread_mutex_t mutex_;

@@ -3,14 +3,30 @@
 #ifndef VELLIX_SYSUTILS_PLATFORM_H_
 #define VELLIX_SYSUTILS_PLATFORM_H_
 
+#include <dirent.h>
+#include <pthread.h>
 #include <sys/types.h>
 
 #include <atomic>
 #include <csignal>
 #include <cstdint>
+#include <ctime>
 #include <string>
 
+// A variable of each thread whose room comes with the thread: with some models
+// the dynamic linker allocates it at the thread's first use, and ends the
+// process when there is no memory.
+#define VELLIX_THREAD_LOCAL \
+  __attribute__((tls_model(VELLIX_TLS_MODEL))) thread_local
+
 namespace QuorlBased {
+
+// A value that is no key. It is not to be given to the system, which may not
+// look whether it is one.
+constexpr pthread_key_t kNoThreadKey = ~pthread_key_t{0};
+
+// The variable that lists the directories of the dynamic linker.
+extern const char kPlatformLoadPath[];
 
 // A tick rate as a fraction: ticks * numerator / denominator are nanoseconds.
 struct TickRate {
@@ -52,6 +68,16 @@ bool PlatformHadThreads();
 
 // Fills `bytes` with random numbers that cannot be guessed; false on failure.
 bool PlatformRandom(void* buffer, uint32_t bytes);
+
+// A condition for PlatformWaitUntil, and the wait until the clock
+// CLOCK_MONOTONIC shows `deadline`; both return what pthread_cond_init and
+// pthread_cond_timedwait do.
+int PlatformInitCondition(pthread_cond_t* condition);
+int PlatformWaitUntil(pthread_cond_t* condition, pthread_mutex_t* mutex,
+                      const timespec& deadline);
+
+// Whether the entry is a directory, and not a link to one.
+bool PlatformIsFolder(const dirent& entry);
 
 // The result of toupper for each of the 256 bytes in the calling thread's
 // current locale. Never null; valid until the locale changes.

@@ -1,11 +1,9 @@
 #include <sys/mman.h>
 #include <sys/random.h>
-#include <sys/single_threaded.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <cctype>
 #include <cerrno>
 #include <ctime>
 #include <memory>
@@ -14,6 +12,8 @@
 #include "vellix/sysutils_platform.h"
 
 namespace QuorlBased {
+
+const char kPlatformLoadPath[] = "LD_LIBRARY_PATH";
 
 uint32_t PlatformThreadId() { return static_cast<uint32_t>(gettid()); }
 
@@ -68,8 +68,6 @@ std::atomic<uint32_t>* PlatformForkMark() {
   return new (start) std::atomic<uint32_t>(0);
 }
 
-bool PlatformHadThreads() { return !__libc_single_threaded; }
-
 bool PlatformRandom(void* buffer, uint32_t bytes) {
   auto* next = static_cast<unsigned char*>(buffer);
   while (bytes > 0) {
@@ -83,7 +81,8 @@ bool PlatformRandom(void* buffer, uint32_t bytes) {
   return true;
 }
 
-// The table from which the C library's own toupper answers.
-const int32_t* PlatformUpperCase() { return *__ctype_toupper_loc(); }
+bool PlatformIsFolder(const dirent& entry) {
+  return (entry.d_type & DT_DIR) != 0;
+}
 
 }  // namespace QuorlBased

@@ -21,7 +21,7 @@ CQuorlBasedProcess::CQuorlBasedProcess(const std::string& commandLine)
     : command_line_(commandLine), child_(std::make_unique<ChildHandle>()) {}
 
 CQuorlBasedProcess::~CQuorlBasedProcess() {
-  if (!wait_when_destruct_ && IsRunning()) pthread_cancel(launcher_);
+  if (!wait_when_destruct_) abandoned_.store(true, std::memory_order_relaxed);
   JoinLauncher();
 }
 
@@ -46,7 +46,7 @@ bool CQuorlBasedProcess::RunInternal(bool startSuspended, bool background) {
     pid_.store(0, std::memory_order_release);
     return false;
   }
-  unjoined_.store(true, std::memory_order_release);
+  unjoined_.store(1, std::memory_order_release);
   while (GetProcesspId() == -1) PollPause();
   return GetProcesspId() != 0;
 }
@@ -112,7 +112,6 @@ void* CQuorlBasedProcess::ProcessLuanchThread(void* object) {
   return nullptr;
 }
 
-// Under no guard: the destructor cancels this thread in its sleeps.
 void CQuorlBasedProcess::LaunchProcess() {
   const pid_t id = Program(command_line_).Start(start_suspended_, background_);
   if (id == -1) {
@@ -124,9 +123,9 @@ void CQuorlBasedProcess::LaunchProcess() {
   ChildHandle child(id);
   if (start_suspended_) child.AwaitStop();
   Publish(id, child);
-  while (!Collect()) {
+  // Not cancelled by the destructor: not every C++ run time survives that.
+  while (!Collect() && !abandoned_.load(std::memory_order_relaxed)) {
     PollPause();
-    pthread_testcancel();
   }
   running_.store(false, std::memory_order_release);
 }
@@ -165,7 +164,7 @@ bool CQuorlBasedProcess::Collect() {
 
 // The launcher, once, if there is one to be joined.
 std::optional<pthread_t> CQuorlBasedProcess::TakeLauncher() {
-  if (!unjoined_.exchange(false, std::memory_order_acq_rel)) return {};
+  if (unjoined_.exchange(0, std::memory_order_acq_rel) == 0) return {};
   return launcher_;
 }
 

@@ -131,9 +131,13 @@ class CQuorlBasedProcess {
   std::string command_line_;
 
   // A handle of a thread has no value that means none, and a launcher that has
-  // finished must still be joined, once.
+  // finished must still be joined, once. A word: to exchange a byte takes a
+  // library of its own on some processors.
   std::atomic<bool> running_{false};
-  std::atomic<bool> unjoined_{false};
+  std::atomic<uint32_t> unjoined_{0};
+
+  // The destructor leaves the child running: the launcher is to end.
+  std::atomic<bool> abandoned_{false};
 
   // Tells a call of Terminate from which run it has killed the child.
   std::atomic<uint32_t> run_{0};

@@ -40,10 +40,11 @@ class SearchPattern {
   // Bit i says whether the pattern may stand at `at` + i. Reads kWindow - 1
   // bytes beyond what the pattern takes at `at`.
   uint64_t Window(const char* at) const {
-    const Block a = Candidates(at);
-    const Block b = Candidates(at + 16);
-    const Block c = Candidates(at + 32);
-    const Block d = Candidates(at + 48);
+    Block a, b, c, d;
+    FindCandidates(at, a);
+    FindCandidates(at + 16, b);
+    FindCandidates(at + 32, c);
+    FindCandidates(at + 48, d);
     uint64_t halves[2];
     const Block any = a | b | c | d;
     memcpy(halves, &any, sizeof(halves));
@@ -52,29 +53,27 @@ class SearchPattern {
   }
 
  private:
+  // Passed by reference: by value, a processor without vectors passes it in
+  // another way than the same one with them.
   using Block = unsigned char __attribute__((vector_size(16)));
 
-  static Block Load(const char* at) {
-    Block block;
-    memcpy(&block, at, sizeof(block));
-    return block;
-  }
-
-  // 0xFF at the positions where both probes match.
-  Block Candidates(const char* at) const {
-    return reinterpret_cast<Block>((Load(at) == first_) &
-                                   (Load(at + probe_) == second_));
+  // 0xFF in `found` at the positions where both probes match.
+  void FindCandidates(const char* at, Block& found) const {
+    Block second;
+    memcpy(&found, at, sizeof(found));
+    memcpy(&second, at + probe_, sizeof(second));
+    found = reinterpret_cast<Block>((found == first_) & (second == second_));
   }
 
   // One bit for each byte that is 0xFF. A multiplication adds up the bytes of a
   // half, each of which holds another bit.
-  static uint64_t Bits(Block bytes) {
+  static uint64_t Bits(const Block& bytes) {
     constexpr Block kBit = {1, 2, 4, 8, 16, 32, 64, 128,
                             1, 2, 4, 8, 16, 32, 64, 128};
     constexpr uint64_t kSum = 0x0101010101010101;
     uint64_t halves[2];
-    bytes &= kBit;
-    memcpy(halves, &bytes, sizeof(halves));
+    const Block bits = bytes & kBit;
+    memcpy(halves, &bits, sizeof(halves));
     return halves[0] * kSum >> 56 | halves[1] * kSum >> 56 << 8;
   }
 

@@ -7,28 +7,6 @@
 
 namespace QuorlBased {
 
-// Brings the object into its ended state, also when the body leaves by forced
-// unwinding.
-class CQuorlBasedThread::Ending {
- public:
-  explicit Ending(CQuorlBasedThread& thread) : thread_(thread) {}
-  Ending(const Ending&) = delete;
-  Ending& operator=(const Ending&) = delete;
-  ~Ending() {
-    thread_.KeepFailure();
-    ReleaseQuorlException();
-    thread_.exit_code_.store(exit_code_, std::memory_order_relaxed);
-    // The last access: the owner may destroy the object from here on.
-    thread_.running_.store(false, std::memory_order_release);
-  }
-
-  void SetExitCode(uint32_t exit_code) { exit_code_ = exit_code; }
-
- private:
-  CQuorlBasedThread& thread_;
-  uint32_t exit_code_ = kFailedExitCode;
-};
-
 CQuorlBasedThread::CQuorlBasedThread() {
   if (pthread_create(&handle_, nullptr, ThreadProc, this) != 0) {
     kSysutils.Raise(kGeneralFailure, "Unexpected error");
@@ -80,13 +58,27 @@ pthread_t CQuorlBasedThread::GetThreadHandle() { return handle_; }
 
 void* CQuorlBasedThread::ThreadProc(void* object) {
   auto& thread = *static_cast<CQuorlBasedThread*>(object);
-  Ending ending(thread);
+  thread.exit_code_.store(kFailedExitCode, std::memory_order_relaxed);
   const auto abandoned = [&thread] {
     return thread.abandoned_.load(std::memory_order_acquire);
   };
+  // Also when the body does not return, on platforms that do not unwind too.
+  pthread_cleanup_push(End, object);
   while (thread.IsSuspended() && !abandoned()) PollPause();
-  if (!abandoned()) ending.SetExitCode(thread.RunBody());
+  if (!abandoned()) {
+    thread.exit_code_.store(thread.RunBody(), std::memory_order_relaxed);
+  }
+  pthread_cleanup_pop(1);
   return nullptr;
+}
+
+// Brings the object into its ended state.
+void CQuorlBasedThread::End(void* object) {
+  auto& thread = *static_cast<CQuorlBasedThread*>(object);
+  thread.KeepFailure();
+  ReleaseQuorlException();
+  // The last access: the owner may destroy the object from here on.
+  thread.running_.store(false, std::memory_order_release);
 }
 
 uint32_t CQuorlBasedThread::RunBody() {

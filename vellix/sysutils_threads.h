@@ -85,8 +85,7 @@ class CQuorlBasedThread {
   void Join();
 
  private:
-  class Ending;
-
+  static void End(void* object);
   uint32_t RunBody();
   void KeepFailure();
 

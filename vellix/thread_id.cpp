@@ -9,8 +9,7 @@
 namespace QuorlBased {
 namespace {
 
-// Initial-exec, as the record of exceptions_store.cpp and for the same reason.
-__attribute__((tls_model("initial-exec"))) thread_local ThreadId sThreadId;
+VELLIX_THREAD_LOCAL ThreadId sThreadId;
 
 // Slow path, out of line to keep the fast path small.
 __attribute__((noinline)) void AskThreadId(ThreadId& id, uint32_t generation) {

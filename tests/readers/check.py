@@ -57,7 +57,7 @@ def for_daemons(time, when, thread, level, source, message, data):
 
 def jq():
     recipe = re.search("^jq -r '(.*)' app.json$", page, re.M)[1]
-    rows = output([sys.argv[2], "json"], stdin=open(log))
+    rows = output([*sys.argv[2:], "json"], stdin=open(log))
     return output(["jq", "-r", recipe], input=rows).split("\n")[:-1]
 
 

@@ -55,14 +55,14 @@ using support::Fault;
   WRAP(result, call, parameters) {                                  \
     return Fault::Fails(#call) ? failure : __real_##call arguments; \
   }
-WRAP_FAULT(int, open64, -1, (const char* path, int flags, mode_t mode),
+WRAP_FAULT(int, open, -1, (const char* path, int flags, mode_t mode),
            (path, flags, mode))
 WRAP_FAULT(ssize_t, read, -1, (int fd, void* to, size_t count), (fd, to, count))
 WRAP_FAULT(ssize_t, write, -1, (int fd, const void* from, size_t count),
            (fd, from, count))
 // Takes effect although it fails, as the system's does.
 WRAP_FAULT(int, close, (__real_close(fd), -1), (int fd), (fd))
-WRAP_FAULT(int, stat64, -1, (const char* path, struct stat* to), (path, to))
+WRAP_FAULT(int, stat, -1, (const char* path, struct stat* to), (path, to))
 WRAP_FAULT(int, setenv, -1, (const char* name, const char* value, int replace),
            (name, value, replace))
 WRAP_FAULT(pid_t, fork, -1, (), ())
