@@ -53,6 +53,21 @@ need_test_tools() {
     /usr/include/sqlite3.h=libsqlite3-dev
 }
 
+# need_cross_tools <processor of a toolchain>...: what cross builds call.
+need_cross_tools() {
+  local processor triplet items=(dpkg-architecture=dpkg-dev file
+    /usr/src/googletest/CMakeLists.txt=googletest)
+  for processor in "$@"; do
+    triplet=$processor-linux-gnu
+    case $processor in
+      arm) triplet+=eabihf ;;
+      i686) items+=(/usr/lib32/libstdc++.so.6=lib32stdc++6) ;;
+    esac
+    items+=("$triplet-g++=g++-$triplet")
+  done
+  need qemu-s390x=qemu-user "${items[@]}"
+}
+
 # need_bench_tools: what the benchmarks call. Peers are measured if they are
 # there.
 need_bench_tools() {

@@ -33,6 +33,11 @@ target_compile_options(vellix_warnings INTERFACE ${VELLIX_WARNINGS})
 
 set(VELLIX_OPTIMISED $<CONFIG:Release,RelWithDebInfo,MinSizeRel>)
 
+# A level of your own stays. Some compilers have set one, which is undone first.
+if(NOT CMAKE_CXX_FLAGS MATCHES _FORTIFY_SOURCE)
+  set(VELLIX_FORTIFY -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2)
+endif()
+
 function(vellix_library_options target)
   set_target_properties(${target} PROPERTIES
       POSITION_INDEPENDENT_CODE ON
@@ -46,8 +51,7 @@ function(vellix_library_options target)
       -fno-ident
       # A unique symbol would keep the library from ever being unloaded.
       $<$<CXX_COMPILER_ID:GNU>:-fno-gnu-unique>
-      $<${VELLIX_OPTIMISED}:-U_FORTIFY_SOURCE
-                            -D_FORTIFY_SOURCE=2
+      $<${VELLIX_OPTIMISED}:${VELLIX_FORTIFY}
                             -fstack-protector-strong
                             -fstack-clash-protection
                             ${VELLIX_CONTROL_FLOW_COMPILE}>)

@@ -65,4 +65,7 @@ set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS
     "libvellix1 (= ${debian_version})")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SUGGESTS "libfmt-dev")
 set(CPACK_DEBIAN_DOCUMENTATION_PACKAGE_ARCHITECTURE all)
+if(CMAKE_CROSSCOMPILING)
+  include(cmake/CrossPackaging.cmake)
+endif()
 include(CPack)

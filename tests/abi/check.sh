@@ -4,7 +4,7 @@ set -euo pipefail
 cd "$(dirname "$0")/../.."
 
 exports() {
-  diff <(nm -D --defined-only "$1" | cut -d' ' -f3 | sort) \
+  diff <(readelf -W --dyn-syms "$1" | sed -En '/ UND | LOCAL /!s/^ *[0-9].* //p' | sort) \
     <(printf '%s\n' GetQuorlException GetQuorlLogger ReleaseQuorlException)
 }
 
@@ -17,6 +17,7 @@ release() {
     'GNU_STACK .* RW +0x' __stack_chk_fail '__[a-z]+_chk'; do
     grep -Eq "$pattern" <<<"$facts" || { echo "no $pattern"; exit 1; }
   done
+  ! readelf -h "$1" | grep X86-64 || grep 'feature: IBT, SHSTK' <<<"$facts"
   ! grep -E 'RPATH|RUNPATH|TEXTREL|NOOPEN|UNIQUE' <<<"$facts"
 }
 
@@ -25,7 +26,7 @@ headers() {
   local public compiler standard
   public=$(grep -oE '^    [a-z_]+\.h' CMakeLists.txt | sed 's|^ *|vellix/|')
   for compiler in "$@"; do
-    for standard in 17 20; do
+    for standard in 17 20 2b; do
       xargs -P 2 -I{} "$compiler" "-std=c++$standard" -fsyntax-only -I. -Wall \
         -Wextra -Wconversion -Wshadow -Wpedantic -Werror -include {} -x c++ \
         /dev/null <<<"$public"

@@ -45,7 +45,7 @@ def pattern(file):
 
 
 def in_json(program):
-    rows = output([program, "json"], stdin=open(here / "golden.log"))
+    rows = output([*program, "json"], stdin=open(here / "golden.log"))
     for row, fields in zip(rows.split("\n")[:-1], golden, strict=True):
         time, *texts, data = json.loads(row).values()
         assert re.fullmatch(r"[-\d]{10}T[:\d]{8}\.\d{6}Z", time), time
@@ -61,6 +61,6 @@ for reader, rows, expected in (
         ("lognormalizer", lognormalizer(), as_written),
         ("Fluent Bit", pattern(share / "vellix_parsers.conf"), as_written),
         ("grok", pattern(share / "vellix.grok"), as_written),
-        ("JsonTarget", in_json(sys.argv[2]), [f[2:] for f in golden])):
+        ("JsonTarget", in_json(sys.argv[2:]), [f[2:] for f in golden])):
     for row, fields in zip(rows, expected, strict=True):
         assert row == fields, f"{reader} reads\n{row}\ninstead of\n{fields}"
