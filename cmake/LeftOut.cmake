@@ -13,7 +13,7 @@ if(CMAKE_CROSSCOMPILING)
       example.python_script)
 endif()
 
-if(CMAKE_CROSSCOMPILING_EMULATOR)
+if(CMAKE_CROSSCOMPILING AND CMAKE_CROSSCOMPILING_EMULATOR)
   list(APPEND VELLIX_LEFT_OUT
       # QEMU's own locks stay held in the child of a process with threads.
       Hosts.ForkedChildrenLogFailAndExecute
@@ -26,7 +26,7 @@ if(CMAKE_CROSSCOMPILING_EMULATOR)
       example.demo_stream.elsewhere)
 endif()
 
-if(CMAKE_CROSSCOMPILING_EMULATOR AND CMAKE_SYSTEM_PROCESSOR STREQUAL ppc64le)
+if(CMAKE_CROSSCOMPILING AND CMAKE_SYSTEM_PROCESSOR STREQUAL ppc64le)
   list(APPEND VELLIX_LEFT_OUT
       # QEMU's frame of a signal is not the one that the unwinder knows.
       Hosts.ACancelledThreadLeavesNoLockHeld
