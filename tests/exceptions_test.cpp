@@ -52,7 +52,7 @@ TEST(Store, EachThreadHasOneRecordUntilItReleasesIt) {
 // What a module in another language lets out.
 [[noreturn]] int ThrowForeign() {
   static _Unwind_Exception foreign;
-  foreign.exception_class = 0x524F464549474E00;
+  memcpy(&foreign.exception_class, "FOREIGN", 8);
   _Unwind_RaiseException(&foreign);
   abort();
 }

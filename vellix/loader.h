@@ -24,6 +24,13 @@
 #pragma GCC visibility push(hidden)
 namespace vellix {
 
+// What another platform changes here: the library's file name, and the link to
+// the running executable.
+namespace loader_platform {
+constexpr char kLibrary[] = "libvellix.so.1";
+constexpr char kExecutable[] = "/proc/self/exe";
+}  // namespace loader_platform
+
 // The library as a module that is opened at run time. It stays in the process
 // when this object dies, unless the host calls Unload before.
 class Library {
@@ -85,14 +92,15 @@ class Library {
   // that file was replaced or removed; empty when the system does not tell.
   static std::string ExecutableDirectory() {
     char path[PATH_MAX];
-    const ssize_t length = readlink("/proc/self/exe", path, sizeof path);
+    const ssize_t length =
+        readlink(loader_platform::kExecutable, path, sizeof path);
     if (length <= 0 || path[0] != '/') return {};
     const std::string executable(path, static_cast<size_t>(length));
     return executable.substr(0, executable.rfind('/') + 1);
   }
 
  private:
-  static constexpr char kName[] = "libvellix.so.1";
+  static constexpr const char* kName = loader_platform::kLibrary;
   static constexpr int kMode = RTLD_NOW | RTLD_LOCAL;
 
   bool OpenLoaded() {

@@ -55,8 +55,9 @@ using support::Fault;
   WRAP(result, call, parameters) {                                  \
     return Fault::Fails(#call) ? failure : __real_##call arguments; \
   }
-WRAP_FAULT(int, open, -1, (const char* path, int flags, mode_t mode),
-           (path, flags, mode))
+// Variadic as the system's: ppc64el calls a variadic function in its own way.
+WRAP_FAULT(int, open, -1, (const char* path, int flags, ...),
+           (path, flags, 0600))
 WRAP_FAULT(ssize_t, read, -1, (int fd, void* to, size_t count), (fd, to, count))
 WRAP_FAULT(ssize_t, write, -1, (int fd, const void* from, size_t count),
            (fd, from, count))
