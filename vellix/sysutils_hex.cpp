@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "vellix/sysutils_platform_endian.h"
+#include "vellix/sysutils_vectors.h"
 
 namespace QuorlBased {
 namespace {
@@ -19,6 +20,10 @@ inline uint64_t PairAsNumber(unsigned char byte) {
 
 char* WriteHex(const unsigned char* from, size_t size, char separator,
                char* to) {
+  const size_t done = Vectors().dump_hex(from, size, separator, to);
+  from += done;
+  size -= done;
+  to += 3 * done;
   const uint64_t one = uint64_t{static_cast<unsigned char>(separator)} << 16;
   // Two bytes make 6 characters, stored at once with 2 that the next overwrite.
   for (; size > 2; size -= 2, from += 2, to += 6) {

@@ -22,8 +22,8 @@ constexpr std::array<std::array<char, 2>, 256> MakeHexPairs() {
 }
 inline constexpr auto kHexPairs = MakeHexPairs();
 
-// Writes two upper-case digits and `separator` for each byte to `to`, then,
-// unless `size` is 0, a NUL. Returns the end, where that NUL stands.
+// Writes two upper-case digits and `separator` for each byte to `to`, and at
+// most one byte more. Returns the end.
 char* WriteHex(const unsigned char* from, size_t size, char separator,
                char* to);
 
