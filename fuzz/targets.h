@@ -10,6 +10,7 @@
 
 #include "vellix/logger.h"
 #include "vellix/sysutils.h"
+#include "vellix/sysutils_vectors.h"
 
 namespace targets {
 

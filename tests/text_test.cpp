@@ -1,5 +1,10 @@
 // Text, codecs, parsers and numbers, beyond what fuzz/targets.h shows.
+#include <sys/mman.h>
+
+#include <set>
+
 #include "support/support.h"
+#include "vellix/sysutils_vectors.h"
 
 using namespace QuorlBased;
 using std::string;
@@ -23,7 +28,6 @@ TEST(Strings, FormatIsCutAt255Characters) {
   EXPECT_EQ(Format("text %ls", L"\xD800"), "");  // has no bytes in any locale
 }
 
-// Without a hit it is copied in pieces.
 TEST(Strings, ReplaceEndsALongTextAtItsFirstNul) {
   for (const size_t length : {4095U, 4096U, 4097U, 10000U}) {
     const string text(length, 'x');
@@ -46,6 +50,31 @@ TEST(Codecs, Base64ReadsItsAlphabetAndWhatIsOutside) {
   // Outside the alphabet, the bits of the group before stay.
   EXPECT_EQ(decode("QUJDQUJDQUJDQUJD-_!?"), "414243414243414243414243414243");
   EXPECT_EQ(chr2hex('A'), 0xFF);
+}
+
+// With room for the result or without, and no byte behind the input is read.
+TEST(Codecs, DoTheSameOnEachPath) {
+  constexpr int kPage = 65536;
+  auto* const end = kPage + static_cast<unsigned char*>(
+                                mmap(nullptr, 2 * kPage, PROT_READ | PROT_WRITE,
+                                     MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
+  for (int i = 2; i < kPage; ++i) {
+    end[-i] = uint8_t(i % 29 ? "Zm9v"[i % 4] : i / 29);
+  }
+  ASSERT_EQ(mprotect(end, kPage, PROT_NONE), 0);
+  for (int size = 1; size < 40'000; size += size == 200 ? 39'700 : 1) {
+    std::set<string> results;
+    for (const VectorPath* path : PathsOfProcessor()) {
+      UsePath(*path);
+      string text(path == &kTablesPath ? 0 : 60'000, 'x'), back = text, hex;
+      base64_encode(end - size, size, text);
+      base64_decode(end - size, size, back);
+      HexToBin(hex, reinterpret_cast<char*>(end - size), "");
+      hex += BinaryToHexString(end - size, uint32_t(size), &" "[size / 2 % 2]);
+      results.insert(text + back + hex);
+      EXPECT_EQ(results.size(), 1U) << path->name << " " << size;
+    }
+  }
 }
 
 TEST(Parsers, CommandLineIsTakenApart) {
