@@ -5,6 +5,7 @@
 
 #include "vellix/sysutils_codecs.h"
 #include "vellix/sysutils_strings.h"
+#include "vellix/sysutils_vectors.h"
 
 namespace bench {
 
@@ -22,6 +23,22 @@ std::string HexOf(std::string bytes) {
 
 namespace {
 
+// Registers `code` with each path that the processor has; the library chooses
+// the first by itself.
+template <typename Prepare, typename Code>
+void AddPaths(const std::string& job, Prepare prepare, Code code) {
+  std::string by = "vellix";
+  for (const QuorlBased::VectorPath* path : QuorlBased::PathsOfProcessor()) {
+    AddCodec(job, by.empty() ? path->name : by, prepare,
+             [path, code](std::string& text, std::string& out) {
+               QuorlBased::UsePath(*path);
+               code(text, out);
+             });
+    if (path == &QuorlBased::kTablesPath) break;
+    by.clear();
+  }
+}
+
 void AddVellix() {
   const auto dump = [](const char* separator) {
     return [separator](std::string& text, std::string& out) {
@@ -29,22 +46,21 @@ void AddVellix() {
           text.data(), static_cast<uint32_t>(text.size()), separator);
     };
   };
-  AddCodec("codecs/base64-encode", "vellix", Plain,
+  AddPaths("codecs/base64-encode", Plain,
            [](std::string& text, std::string& out) {
              QuorlBased::base64_encode(Bytes(text),
                                        static_cast<int32_t>(text.size()), out);
            });
-  AddCodec("codecs/base64-decode", "vellix", Base64Of,
+  AddPaths("codecs/base64-decode", Base64Of,
            [](std::string& text, std::string& out) {
              QuorlBased::base64_decode(Bytes(text),
                                        static_cast<int32_t>(text.size()), out);
            });
-  AddCodec("codecs/hex-encode", "vellix", Plain, dump(""));
-  AddCodec("codecs/hex-dump", "vellix", Plain, dump(" "));
-  AddCodec("codecs/hex-decode", "vellix", HexOf,
-           [](std::string& text, std::string& out) {
-             QuorlBased::hex2bin(text, out);
-           });
+  AddPaths("codecs/hex-encode", Plain, dump(""));
+  AddPaths("codecs/hex-dump", Plain, dump(" "));
+  AddPaths("codecs/hex-decode", HexOf, [](std::string& text, std::string& out) {
+    QuorlBased::hex2bin(text, out);
+  });
 }
 
 // The floor of all: a copy. And what a dump must leave behind: a call of the
