@@ -29,7 +29,7 @@ TEST(Strings, FormatIsCutAt255Characters) {
 }
 
 TEST(Strings, ReplaceEndsALongTextAtItsFirstNul) {
-  for (const size_t length : {4095U, 4096U, 4097U, 10000U}) {
+  for (const size_t length : {2047U, 2048U, 2049U, 10000U}) {
     const string text(length, 'x');
     EXPECT_EQ(StrReplace(text, "y", "z"), text);
     EXPECT_EQ(StrReplace(text + "\0x"s, "y", "z"), text);

@@ -37,6 +37,12 @@ class SearchPattern {
            (size_ <= 2 || memcmp(at, bytes_, size_) == 0);
   }
 
+  // The same for a position that Window or a search for the first byte has
+  // found: of one byte nothing is left to compare.
+  bool StandsAtCandidate(const char* at) const {
+    return size_ == 1 || StandsAt(at);
+  }
+
   // Bit i says whether the pattern may stand at `at` + i. Reads kWindow - 1
   // bytes beyond what the pattern takes at `at`.
   uint64_t Window(const char* at) const {
@@ -106,7 +112,7 @@ class ForwardSearch {
         const size_t position =
             window_ + static_cast<size_t>(__builtin_ctzll(bits_));
         bits_ &= bits_ - 1;
-        if (position >= from && pattern_.StandsAt(text_ + position)) {
+        if (position >= from && pattern_.StandsAtCandidate(text_ + position)) {
           return position;
         }
       }

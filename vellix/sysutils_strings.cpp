@@ -53,16 +53,28 @@ constexpr auto kPairs = MakePairs();
 // The bytes of `s` before its first NUL.
 size_t TextLength(const std::string& s) { return strlen(s.c_str()); }
 
-// A copy of `s` up to its first NUL, in pieces that stay in the first-level
-// cache between the search for the NUL and the copy.
-std::string UpToNul(const std::string& s) {
-  constexpr size_t kPiece = 4096;
-  std::string text;
-  text.reserve(s.size());
+// Long texts are copied in pieces, which stay in the first-level cache from the
+// look at them to their copy.
+constexpr size_t kPiece = 2048;
+
+// Lengthens `text`, a copy of the first bytes of `s`, up to the first NUL.
+void CopyToNul(const std::string& s, std::string& text) {
   size_t length = kPiece;
   while (length == kPiece) {
     const char* rest = s.c_str() + text.size();
     length = strnlen(rest, kPiece);
+    text.append(rest, length);
+  }
+}
+
+// A copy of `s` up to the first piece with a NUL or with `byte`.
+std::string CopyWithout(char byte, const std::string& s) {
+  std::string text;
+  text.reserve(s.size());
+  while (text.size() < s.size()) {
+    const char* rest = s.data() + text.size();
+    const size_t length = std::min(kPiece, s.size() - text.size());
+    if (memchr(rest, byte, length) || memchr(rest, '\0', length)) break;
     text.append(rest, length);
   }
   return text;
@@ -113,19 +125,21 @@ class RunWriter {
  public:
   static constexpr size_t kStep = 16;
 
-  explicit RunWriter(size_t expected) : text_(expected + kStep, '\0') {}
+  RunWriter(std::string begun, size_t expected)
+      : size_(begun.size()), text_(std::move(begun)) {
+    text_.resize(expected + kStep);
+  }
 
-  // Appends `count` of the `readable` bytes at `run`.
-  void Append(const char* run, size_t count, size_t readable) {
-    const size_t needed = size_ + count + kStep;
+  // Appends `count` of the `readable` bytes at `run`, then `text`, which is
+  // `padded` to at least kStep bytes.
+  void Append(const char* run, size_t count, size_t readable,
+              const char* padded, size_t text) {
+    const size_t needed = size_ + count + text + kStep;
     if (needed > text_.size()) text_.resize(std::max(needed, 2 * size_));
     char* end = text_.data() + size_;
-    if (count <= kStep && readable >= kStep) {
-      memcpy(end, run, kStep);
-    } else {
-      memcpy(end, run, count);
-    }
-    size_ += count;
+    size_ += count + text;
+    Copy(run, count, readable, end);
+    Copy(padded, text, kStep, end + count);
   }
 
   std::string Take() {
@@ -134,8 +148,16 @@ class RunWriter {
   }
 
  private:
+  static void Copy(const char* from, size_t count, size_t readable, char* to) {
+    if (count <= kStep && readable >= kStep) {
+      memcpy(to, from, kStep);
+    } else {
+      memcpy(to, from, count);
+    }
+  }
+
+  size_t size_;
   std::string text_;
-  size_t size_ = 0;
 };
 
 }  // namespace
@@ -267,21 +289,26 @@ int32_t StrRPos(const std::string& s, uint32_t start,
 std::string StrReplace(const std::string& s, const std::string& from,
                        const std::string& to) {
   if (from.empty()) return s;
-  ForwardSearch search(s, 0, from);
-  size_t position = search.Next(0);
-  if (position == std::string::npos) return UpToNul(s);
-  RunWriter result(s.size());
+  std::string text = CopyWithout(from[0], s);
+  size_t read = text.size();
+  if (read == s.size()) return text;
+  ForwardSearch search(s, read, from);
+  size_t position = search.Next(read);
+  if (position == std::string::npos) {
+    CopyToNul(s, text);
+    return text;
+  }
+  RunWriter result(std::move(text), s.size());
   std::string padded = to;
   padded.resize(std::max(to.size(), RunWriter::kStep));
-  size_t read = 0;
   while (position != std::string::npos) {
-    result.Append(s.data() + read, position - read, s.size() - read);
-    result.Append(padded.data(), to.size(), padded.size());
+    result.Append(s.data() + read, position - read, s.size() - read,
+                  padded.data(), to.size());
     read = position + from.size();
     position = search.Next(read);
   }
   const char* rest = s.c_str() + read;
-  result.Append(rest, strlen(rest), s.size() - read);
+  result.Append(rest, strlen(rest), s.size() - read, padded.data(), 0);
   return result.Take();
 }
 
