@@ -23,19 +23,22 @@ std::string HexOf(std::string bytes) {
 
 namespace {
 
-// Registers `code` with each path that the processor has; the library chooses
-// the first by itself.
+// Registers `code` with the path that the library chooses, and with each one
+// that the processor has.
 template <typename Prepare, typename Code>
 void AddPaths(const std::string& job, Prepare prepare, Code code) {
-  std::string by = "vellix";
-  for (const QuorlBased::VectorPath* path : QuorlBased::PathsOfProcessor()) {
-    AddCodec(job, by.empty() ? path->name : by, prepare,
+  const auto add = [&](const char* by, const QuorlBased::VectorPath* path) {
+    AddCodec(job, by, prepare,
              [path, code](std::string& text, std::string& out) {
                QuorlBased::UsePath(*path);
                code(text, out);
              });
+  };
+  const QuorlBased::VectorPaths paths = QuorlBased::PathsOfProcessor();
+  add("vellix", paths[0]);
+  for (const QuorlBased::VectorPath* path : paths) {
+    add(path->name, path);
     if (path == &QuorlBased::kTablesPath) break;
-    by.clear();
   }
 }
 

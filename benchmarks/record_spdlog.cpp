@@ -31,9 +31,10 @@ void AddTo(const std::string& place, int threads) {
 }
 
 // A message with arguments, written or below the logger's level.
-void AddBraces(const std::string& job, spdlog::level::level_enum level) {
-  Add(job, "spdlog", [level](State& state) {
-    const auto logger = NewLogger("null");
+void AddBraces(const std::string& job, const std::string& place,
+               spdlog::level::level_enum level) {
+  Add(job, "spdlog", [place, level](State& state) {
+    const auto logger = NewLogger(place);
     logger->set_level(level);
     const Slots slots;
     for (auto _ : state) {
@@ -47,8 +48,9 @@ const Registration kAll([] {
   AddTo("disk", 1);
   AddTo("null", 1);
   for (const int threads : {2, 4, 8, 16}) AddTo("disk", threads);
-  AddBraces("record/braces", spdlog::level::info);
-  AddBraces("record/braces-off", spdlog::level::err);
+  AddBraces("record/braces", "null", spdlog::level::info);
+  AddBraces("record/braces-disk", "disk", spdlog::level::info);
+  AddBraces("record/braces-off", "null", spdlog::level::err);
 });
 
 }  // namespace

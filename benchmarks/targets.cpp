@@ -71,6 +71,19 @@ class JsonToNull : public vellix::JsonTarget {
   vellix::FileTarget null_{PathOf("null")};
 };
 
+// Two branches: all goes to the null device, warnings to a target more.
+class TeeToNull : public vellix::TeeTarget {
+ public:
+  TeeToNull() {
+    Add(null_);
+    Add(warnings_, QuorlBased::LogWarn);
+  }
+
+ private:
+  vellix::FileTarget null_{PathOf("null")};
+  vellix::FileTarget warnings_{PathOf("null")};
+};
+
 // A log of about 1 MiB, of records of 120 bytes and some with a dump.
 std::string SomeLog() {
   const std::string dump = RandomBytes(64);
@@ -111,6 +124,8 @@ const Registration kAll([] {
   }
   AddTarget("targets/json-null", "built-in", [] { return BuiltIn("null"); });
   AddTarget("targets/json-null", "vellix", [] { return new JsonToNull; });
+  AddTarget("targets/tee-null", "built-in", [] { return BuiltIn("null"); });
+  AddTarget("targets/tee-null", "vellix", [] { return new TeeToNull; });
   const std::string log = SomeLog();
   if (CountRecords(log) != CountLines(log)) abort();
   AddLoop("targets/read-1MiB", "lines",
