@@ -172,16 +172,16 @@ size_t EncodeBase64(const unsigned char* from, size_t size, char* to) {
 void DecodeBase64(const unsigned char* from, size_t groups, uint32_t before,
                   char* to) {
   // Where a vector ends early, the tables decode as many groups as it has, so
-  // that the next one begins behind what stopped this one; more where vectors
-  // get nowhere.
-  constexpr size_t kFew = 8;
-  constexpr size_t kMany = 64;
+  // that the next one begins behind what stopped this one; and twice as many
+  // each time that vectors get nowhere.
+  constexpr size_t kOfVector = 8;
   const VectorPath& vectors = Vectors();
-  while (groups > 0) {
+  for (size_t step = 4 * kOfVector; groups > 0;) {
     const size_t done = vectors.decode_base64(from, 4 * groups, to) / 4;
     to += 3 * done;
     if (done > 0) before = LastGroup(to);
-    const size_t next = std::min(groups - done, done > 0 ? kFew : kMany);
+    step = done > 0 ? kOfVector : 2 * step;
+    const size_t next = std::min(groups - done, step);
     to = DecodeGroups(from + 4 * done, next, to, before);
     if (next > 0) before = LastGroup(to);
     from += 4 * (done + next);
