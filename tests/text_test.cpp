@@ -1,8 +1,6 @@
 // Text, codecs, parsers and numbers, beyond what fuzz/targets.h shows.
 #include <sys/mman.h>
 
-#include <set>
-
 #include "support/support.h"
 #include "vellix/sysutils_vectors.h"
 
@@ -59,7 +57,8 @@ TEST(Codecs, DoTheSameOnEachPathAndReadNothingBehindTheInput) {
   auto* const end = kPage + static_cast<unsigned char*>(
                                 mmap(nullptr, 2 * kPage, PROT_READ | PROT_WRITE,
                                      MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
-  for (int i = 2; i < kPage; ++i) end[-i] = uint8_t(i % 99 ? i % 9 + 65 : i);
+  for (int i = 2; i < kPage; ++i)
+    end[-i] = uint8_t(i % 99 != 33 ? i % 9 + 'A' : i);
   ASSERT_EQ(mprotect(end, kPage, PROT_NONE), 0);
   for (int size = 1; size < 40'000; size += size == 200 ? 39'700 : 1) {
     std::set<string> results;
