@@ -12,7 +12,7 @@ TEST_P(FuzzTargets, AgreeWithTheStandardLibrary) {
   const auto likely =
       "\0\0\1\1\2\3\4\7 \" \"\\aAbBfF01=*?*./..,:-gz+\n\r] [MG=\xE4\xC4\xFF"s;
   std::mt19937 random(1);
-  for (int i = 0; i < 4000; ++i) {
+  for (unsigned i = 0; i < 4000; ++i) {
     const bool any_bytes = i % 4 == 0, is_long = i % 8 == 0;
     std::string letters(3 + random() % 8, ' '), input;
     for (char& c : letters) c = likely[random() % likely.size()];
