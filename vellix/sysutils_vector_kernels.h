@@ -8,9 +8,8 @@
 //                   for an index from 0x80 on
 //   LookupBelow16   the same; 0 for all indices from 16 on
 //   Raise, Reduce   sum and difference of bytes, at most 255 and at least 0
-//   Above           0xFF where a byte is above the other, else 0; both are
-//   below
-//                   0x80
+//   Above           0xFF where a byte is above the other, else 0; none is from
+//                   0x80 on
 //   Any             whether a byte is not 0; all are below 0x80
 //   InterleaveLow, InterleaveHigh
 //                   the bytes of the lower or upper halves of two vectors in
