@@ -11,15 +11,13 @@ check_cxx_symbol_exists(__GLIBC__ features.h VELLIX_HAS_GLIBC)
 # By what the compiler says of its target, whatever the toolchain file calls it.
 check_cxx_source_compiles("
     #include <features.h>
-    #define LITTLE (__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__)
-    #define LITTLE_64 (LITTLE && defined __LP64__)
     #if !defined __GLIBC__ || \
-        !(defined __x86_64__ && LITTLE_64 || \
-          defined __aarch64__ && LITTLE_64 || \
-          defined __riscv && LITTLE_64 || \
-          defined __powerpc64__ && LITTLE_64 || \
-          defined __ARM_PCS_VFP && LITTLE || \
-          defined __i386__ || defined __s390x__)
+        !(defined __s390x__ || \
+          __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__ && \
+          (defined __i386__ || defined __ARM_PCS_VFP || \
+           defined __LP64__ && \
+           (defined __x86_64__ || defined __aarch64__ || \
+            defined __riscv || defined __powerpc64__)))
     #error untried
     #endif
     int main() {}" VELLIX_IS_TRIED)
