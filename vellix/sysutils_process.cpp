@@ -123,9 +123,12 @@ void CQuorlBasedProcess::LaunchProcess() {
   ChildHandle child(id);
   if (start_suspended_) child.AwaitStop();
   Publish(id, child);
-  // Not cancelled by the destructor: not every C++ run time survives that.
-  while (!Collect() && !abandoned_.load(std::memory_order_relaxed)) {
+  // In this order: a child that was left running is the host's to collect. By a
+  // flag, not by pthread_cancel: LLVM's run time does not survive that, and
+  // glibc ends a process that cannot load libgcc_s for it.
+  while (!abandoned_.load(std::memory_order_relaxed) && !Collect()) {
     PollPause();
+    pthread_testcancel();
   }
   running_.store(false, std::memory_order_release);
 }
