@@ -51,6 +51,11 @@
 #include <stdlib.h>
 
 #ifdef __cplusplus
+class IQuorlException;
+namespace QuorlBased {
+class IQuorlLogger;
+}
+
 extern "C" {
 #endif
 
@@ -156,9 +161,23 @@ struct vellix_stream_table {
   void (*Free)(struct vellix_stream*);
 };
 
-/* The three exported functions. They have names of their own here, so that this
- * header and those of C++ can declare them with their own types. */
+/* The three exported functions, under names of their own. */
 
+#ifdef __cplusplus
+/* With the types of the C++ headers: a program has one type for each function,
+ * which the compiler checks when it optimises the whole of it. */
+__attribute__((visibility("default"))) QuorlBased::IQuorlLogger*
+GetQuorlLogger();
+__attribute__((visibility("default"))) IQuorlException* GetQuorlException();
+
+static inline struct vellix_logger* vellix_get_logger() {
+  return (struct vellix_logger*)GetQuorlLogger();
+}
+
+static inline struct vellix_exception* vellix_get_exception() {
+  return (struct vellix_exception*)GetQuorlException();
+}
+#else
 /* GetQuorlLogger: the logger of the process, never null. Any thread. */
 __attribute__((visibility("default"))) struct vellix_logger* vellix_get_logger(
     void) __asm__("GetQuorlLogger");
@@ -167,6 +186,7 @@ __attribute__((visibility("default"))) struct vellix_logger* vellix_get_logger(
  * throw std::bad_alloc in its first call on a thread. */
 __attribute__((visibility("default"))) struct vellix_exception*
 vellix_get_exception(void) __asm__("GetQuorlException");
+#endif
 
 /* ReleaseQuorlException: destroys the failure record of the calling thread. */
 __attribute__((visibility("default"))) void vellix_release_exception(
