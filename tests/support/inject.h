@@ -85,10 +85,10 @@ WRAP(void, free, (void* block)) {
 }
 
 void* operator new(size_t size) {
-  void* block = malloc(size > 0 ? size : 1);
+  void* block = __wrap_malloc(size > 0 ? size : 1);
   return block ? block : throw std::bad_alloc();
 }
-void operator delete(void* block) noexcept { free(block); }
-void operator delete(void* block, size_t) noexcept { free(block); }
+void operator delete(void* block) noexcept { __wrap_free(block); }
+void operator delete(void* block, size_t) noexcept { __wrap_free(block); }
 
 #endif  // VELLIX_TESTS_SUPPORT_INJECT_H_
