@@ -172,7 +172,9 @@ const std::string kFrames = R"(; vellix_crashes\+0x.*)";
 const std::string kTrap =
     R"(SIGILL \(ILL_ILLOPN\) at 0x\w+; vellix_crashes\+0x(\w+).*)";
 const std::string kNoPage = R"(SIGSEGV \(SEGV_MAPERR\) at 0x)";
-const std::string kAbort = R"(SIGABRT \(SI_TKILL\) from process \d+; libc\..*)";
+// On i386 the C library makes its system calls in the kernel's page.
+const std::string kAbort = R"(SIGABRT \(SI_TKILL\) from process \d+; )"
+                           R"((?:\[vdso\]\S+ )?libc\..*)";
 const std::string kOverflow = R"(SIGSEGV \(SEGV_\w+\) at 0x\w+; )"
                               R"((?:vellix_crashes\+0x\w+(?:, )?){32})";
 
