@@ -1,6 +1,6 @@
 #!/bin/sh
-# operators.sh <step> <host>: a host beside the tools of those who operate it,
-# which .ci/tools.sh unpacks into build/tools.
+# operators.sh <step> <word of the host's command>...: a host beside the tools of
+# those who operate it, which .ci/tools.sh unpacks into build/tools.
 set -eu
 cd "$(dirname "$0")/.."
 tool=$PWD/.ci/unpacked
@@ -9,7 +9,7 @@ trap 'rm -r "$work"' EXIT
 
 # The entries, as journalctl reads them. The journal adds time and boot itself.
 journal() {
-  "$1" - |
+  "$@" - |
     sed "s/^PRIORITY/__REALTIME_TIMESTAMP=1\n_BOOT_ID=$(printf %032d 1)\n&/" |
     "$tool" systemd-journal-remote -o "$work/own.journal" -
   "$tool" journalctl --file "$work/own.journal" -p err VELLIX_SOURCE=net \
@@ -25,7 +25,7 @@ rotation() {
   chmod 600 "$work/conf"
   rotate="$tool logrotate -f -s $work/state $work/conf"
   cd "$work"
-  written=$(sh -c 'export HOST=$$ && exec "$0" "$1"' "$1" "$rotate")
+  written=$(sh -c 'export HOST=$$ && exec "$@"' sh "$@" "$rotate")
   found=$(zcat -f "$work"/vellix_service.log* | grep -c '] \[BN=NULL\].$')
   echo "$written, found: $found"
   [ "$written" = "records written: $found, lost: 0" ]
