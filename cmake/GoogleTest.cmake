@@ -1,6 +1,7 @@
 # GTest::gtest_main: the system's, or built from the sources that the package
 # `googletest` holds, where the system's is for another processor or another
 # standard library.
+include(GoogleTest)
 if(NOT CMAKE_CROSSCOMPILING AND NOT CMAKE_CXX_FLAGS MATCHES -stdlib=libc)
   find_package(GTest REQUIRED)
   return()
