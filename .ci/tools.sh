@@ -87,7 +87,7 @@ need_test_tools() {
     clang++=clang abidiff=abigail-tools pkg-config readelf=binutils \
     /usr/include/fmt/format.h=libfmt-dev \
     dpkg-shlibdeps=dpkg-dev file python3 lnav jq \
-    /usr/include/sqlite3.h=libsqlite3-dev
+    /usr/include/sqlite3.h=libsqlite3-dev lintian
   unpack rsyslog syslog-ng-core logrotate systemd-journal-remote
 }
 

@@ -21,6 +21,7 @@ build() {
   bash -ec "$(block README.md "A host" sh)" | grep MG=listening
   DESTDIR=$work/installed bash -ec "$(block $start "Build and install" sh)"
   bash -ec "$(block $start "Debian packages" sh)"
+  lintian -I --pedantic --fail-on error,warning,info build/package/*.deb
   dpkg --root="$root" --force-not-root --unpack build/package/*.deb
   rm "$root"/var/lib/dpkg/info/*.post*  # they call ldconfig
   dpkg --root="$root" --force-not-root --configure libvellix{1,-dev,-doc}
