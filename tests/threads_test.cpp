@@ -10,11 +10,13 @@ using namespace QuorlBased;
 
 static thread_local int sleeps = 0;
 static std::atomic<int> all_sleeps, asleep, created, joined, kills;
+static std::atomic<bool> sleep_until_join{false};
 static bool no_threads = false, no_fork = false;
 
 WRAP(int, usleep, (unsigned time)) {
   ++sleeps;
   ++all_sleeps;
+  while (sleep_until_join && joined == 0) __real_usleep(1000);
   return __real_usleep(time);
 }
 WRAP(int, pthread_cond_wait, (pthread_cond_t * cond, pthread_mutex_t* mutex)) {
@@ -301,14 +303,6 @@ TEST(Process, TerminateKillsByDescriptor) {
   }
 }
 
-// The id of a child whose object is gone.
-pid_t Abandoned(const char* line, bool wait) {
-  CQuorlBasedProcess process(line);
-  process.SetWaitWhenDestruct(wait);
-  EXPECT_TRUE(process.Run(false));
-  return process.GetProcesspId();
-}
-
 TEST(Process, TerminateOnTwoThreadsLeavesTheNextRunAlone) {
   CQuorlBasedProcess process("sleep 600");
   for (int round = 0; round < 20; ++round) {
@@ -334,13 +328,27 @@ TEST(Process, TheLauncherOfTheRunBeforeIsJoined) {
 }
 
 TEST(Process, DestructorWaitsForTheChild) {
-  EXPECT_EQ(waitpid(Abandoned("sleep 0.1", true), nullptr, WNOHANG), -1);
+  pid_t child = 0;
+  {
+    CQuorlBasedProcess process("sleep 0.1");
+    ASSERT_TRUE(process.Run(false));
+    child = process.GetProcesspId();
+  }
+  EXPECT_EQ(waitpid(child, nullptr, WNOHANG), -1);
   EXPECT_EQ(joined, 1);
 }
 
-TEST(Process, DestructorLeavesTheChildRunning) {
-  const pid_t child = Abandoned("sleep 600", false);
-  EXPECT_EQ(waitpid(child, nullptr, WNOHANG), 0);
-  EXPECT_EQ(joined, 1);
-  kill(child, SIGKILL);
+TEST(Process, DestructorLeavesTheChildToTheHost) {
+  pid_t child = 0;
+  {
+    CQuorlBasedProcess process("sleep 600");
+    process.SetWaitWhenDestruct(false);
+    ASSERT_TRUE(process.Run(false));
+    child = process.GetProcesspId();
+    sleep_until_join = true;
+    const int sleeps_before = all_sleeps;
+    while (all_sleeps == sleeps_before) sched_yield();
+    kill(child, SIGKILL);
+  }
+  EXPECT_EQ(waitpid(child, nullptr, 0), child);
 }
