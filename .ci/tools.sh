@@ -41,22 +41,27 @@ need() {
 }
 
 # download <package> <directory>: the package, and what it needs and is not
-# there.
+# there. apt-get succeeds without a download if the package is installed and no
+# list holds it.
 download() {
+  rm -rf "$2"
+  mkdir -p "$2/partial"
   apt-get install -qqy --no-install-recommends --reinstall --download-only \
-    -o Debug::NoLocking=1 -o Dir::Cache::archives="$2" "$1" >&2 </dev/null
+    -o Debug::NoLocking=1 -o Dir::Cache::archives="$2" "$1" >&2 </dev/null &&
+    compgen -G "$2/*.deb" >/dev/null
 }
 
 # unpack <package>...: puts the packages into build/tools. They are not
 # installed: they bring services, and some exclude each other. A machine that
-# has all its tools may have no list of packages.
-unpack() {
-  local package files file
+# has all its tools may have no list of packages. One run at a time unpacks.
+unpack() (
+  mkdir -p build
+  exec {lock}>build/tools.lock
+  flock $lock
   for package in "$@"; do
     [ ! -e "build/tools/$package.unpacked" ] || continue
     echo "Unpacking: $package" >&2
     files=$PWD/build/tools.apt/$package
-    mkdir -p "$files/partial"
     download "$package" "$files" 2>/dev/null ||
       { as_root apt-get update -q >&2 </dev/null &&
         download "$package" "$files"; } ||
@@ -66,7 +71,7 @@ unpack() {
     done
     touch "build/tools/$package.unpacked"
   done
-}
+)
 
 build_tools=(g++ cmake ninja=ninja-build)
 docs_tools=("${build_tools[@]}" doxygen)
