@@ -8,32 +8,23 @@ exports() {
     <(printf '%s\n' GetQuorlException GetQuorlLogger ReleaseQuorlException)
 }
 
-# What the Release build promises: its name, and how it is hardened.
+# What the Release build promises, and lintian does not look at.
 release() {
   exports "$1"
-  local facts pattern
-  facts=$(readelf -W --dynamic --segments --notes --dyn-syms "$1")
-  for pattern in 'SONAME.*\[libvellix\.so\.1\]' GNU_RELRO 'FLAGS.*BIND_NOW' \
-    'GNU_STACK .* RW +0x' __stack_chk_fail '__[a-z]+_chk'; do
-    grep -Eq "$pattern" <<<"$facts" || { echo "no $pattern"; exit 1; }
-  done
-  ! readelf -h "$1" | grep X86-64 || grep 'feature: IBT, SHSTK' <<<"$facts"
-  ! grep -E 'RPATH|RUNPATH|TEXTREL|NOOPEN|UNIQUE' <<<"$facts"
+  readelf -W --dyn-syms "$1" | grep __stack_chk_fail
+  ! readelf -h "$1" | grep X86-64 || readelf -n "$1" | grep 'feature: IBT, SHSTK'
 }
 
-# headers <compiler>...: each compiles alone, and includes installed ones.
+# headers <compiler>...: each compiles alone.
 headers() {
-  local public compiler standard
-  public=$(grep -oE '^    [a-z_]+\.h' CMakeLists.txt | sed 's|^ *|vellix/|')
+  local compiler standard
   for compiler in "$@"; do
     for standard in 17 20 2b; do
-      xargs -P 2 -I{} "$compiler" "-std=c++$standard" -fsyntax-only -I. -Wall \
-        -Wextra -Wconversion -Wshadow -Wpedantic -Werror -include {} -x c++ \
-        /dev/null <<<"$public"
+      grep -oE '^    [a-z_]+\.h' CMakeLists.txt | xargs -P 2 -I{} "$compiler" \
+        "-std=c++$standard" -fsyntax-only -I. -Wall -Wextra -Wconversion \
+        -Wshadow -Wpedantic -Werror -include vellix/{} -x c++ /dev/null
     done
   done
-  ! grep -oE '^#include "vellix/[^"]+' $public | cut -d'"' -f2 |
-    grep -vxF "$public"
 }
 
 # formats <compiler>...: a call whose arguments do not fit its format is reported.
@@ -70,10 +61,9 @@ layers() {
   grep -oE '^#include "vellix/[^"]+' vellix/*.h | sed 's/:#include "/ /' |
     tsort >/dev/null
   core=$(sed -n '/vellix_core_objects OBJECT/,/)/p' CMakeLists.txt |
-    grep -oE 'vellix/[a-z_]+')
-  own=$(printf '%s.h\n' $core | grep -vx vellix/logger.h)
-  toolkit=$(ls vellix/* | grep -vxF "$(printf '%s.cpp\n%s.h\n' $core $core)" |
-    cat - <(echo vellix/logger.h))
+    grep -oE 'vellix/[a-z_]+\.cpp')
+  own=$(sed 's/cpp$/h/' <<<"$core" | grep -vx vellix/logger.h)
+  toolkit=$(ls vellix/* | grep -vxF "$core"$'\n'"$own")
   ! grep -nF "$own" $toolkit || exit 1
   ! grep -n '"vellix/' vellix/sysutils_platform.h || exit 1
 }
