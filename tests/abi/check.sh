@@ -10,14 +10,12 @@ exports() {
 
 # What the Release build promises, and lintian does not look at.
 release() {
-  exports "$1"
   readelf -W --dyn-syms "$1" | grep __stack_chk_fail
   ! readelf -h "$1" | grep X86-64 || readelf -n "$1" | grep 'feature: IBT, SHSTK'
 }
 
 # headers <compiler>...: each compiles alone.
 headers() {
-  local compiler standard
   for compiler in "$@"; do
     for standard in 17 20 2b; do
       grep -oE '^    [a-z_]+\.h' CMakeLists.txt | xargs -P 2 -I{} "$compiler" \
@@ -57,14 +55,12 @@ hidden() {
 
 # Includes point down only: no loops, no core in the toolkit, none in the platform.
 layers() {
-  local core toolkit own
   grep -oE '^#include "vellix/[^"]+' vellix/*.h | sed 's/:#include "/ /' |
     tsort >/dev/null
   core=$(sed -n '/vellix_core_objects OBJECT/,/)/p' CMakeLists.txt |
     grep -oE 'vellix/[a-z_]+\.cpp')
   own=$(sed 's/cpp$/h/' <<<"$core" | grep -vx vellix/logger.h)
-  toolkit=$(ls vellix/* | grep -vxF "$core"$'\n'"$own")
-  ! grep -nF "$own" $toolkit || exit 1
+  ! grep -nF "$own" $(ls vellix/* | grep -vxF "$core"$'\n'"$own") || exit 1
   ! grep -n '"vellix/' vellix/sysutils_platform.h || exit 1
 }
 
