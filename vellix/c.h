@@ -7,9 +7,9 @@
  *   vellix_log_bytes(VELLIX_LOG_ERROR, "net", "bad packet", packet, size);
  *   if (vellix_last_failure().code == VELLIX_FILE_FAILURE) ...
  *
- * Header-only; C++ can include it too, also beside the library's C++ headers.
- * What an operation does is said in vellix/logger.h, vellix/exceptions.h and
- * vellix/quorl_base_streams.h, under the same name.
+ * Header-only; C++ can include it too, even together with the library's C++
+ * headers. The operations are described in vellix/logger.h, vellix/exceptions.h
+ * and vellix/quorl_base_streams.h, under the same names.
  *
  * A module that calls the functions links the library. A host that opens it
  * with dlopen looks up GetQuorlLogger, GetQuorlException and
@@ -19,17 +19,16 @@
  *
  * Exceptions. C cannot catch one, but three calls may throw:
  *
- * - Log: std::bad_alloc without memory, which in this release a log record of
- *   up to 4096 bytes does not need; std::length_error for texts of more than
- *   4 GiB; and whatever a target of the host throws.
- * - GetQuorlException: std::bad_alloc, in the first call on a thread alone.
+ * - Log: std::bad_alloc without memory (in this release a log record of up to
+ *   4096 bytes needs none); std::length_error for texts of more than 4 GiB; and
+ *   whatever a target of the host throws.
+ * - GetQuorlException: std::bad_alloc, only in the first call on a thread.
  * - SetException and Copy: std::bad_alloc; Copy also what Log throws.
  *
- * The exception leaves the C function as longjmp would: what the function holds
- * is neither freed nor unlocked, except by `__attribute__((cleanup))` in code
- * that is compiled with -fexceptions. Where the platform writes no unwind
- * tables for C, and where no C++ caller catches, the process ends. So a C
- * module
+ * The exception leaves the C function as longjmp would: memory is not freed and
+ * locks stay held, except by `__attribute__((cleanup))` in code compiled with
+ * -fexceptions. If there are no unwind tables for C, or no C++ caller catches
+ * it, the process ends. So a C module
  *
  * - is compiled with -fexceptions if it is called from C++,
  * - calls vellix_get_exception once on each thread, before it needs it,
@@ -61,15 +60,15 @@ extern "C" {
 
 /* The level of a log record; LogLevel in C++. */
 enum vellix_level {
-  VELLIX_LOG_DEBUG = 0, /* for whoever looks for a fault */
-  VELLIX_LOG_INFO = 1,  /* the usual course of the program */
-  VELLIX_LOG_WARN = 2,  /* unexpected; the program goes on as it should */
+  VELLIX_LOG_DEBUG = 0, /* for debugging */
+  VELLIX_LOG_INFO = 1,  /* normal operation */
+  VELLIX_LOG_WARN = 2,  /* unexpected, but handled */
   VELLIX_LOG_EXP = 3,   /* failures that were recorded; has its own switch */
   VELLIX_LOG_ERROR = 4, /* an operation failed */
-  VELLIX_LOG_FATAL = 5  /* the program cannot go on */
+  VELLIX_LOG_FATAL = 5  /* the program cannot continue */
 };
 
-/* What the offset of a seek counts from; SeekOrigin in C++. */
+/* The origin of a seek; SeekOrigin in C++. */
 enum vellix_seek_origin {
   VELLIX_SEEK_BEGIN = 0,   /* the start of the stream */
   VELLIX_SEEK_CURRENT = 1, /* the position */
@@ -96,8 +95,8 @@ struct vellix_exception_table;
 struct vellix_logger_table;
 struct vellix_stream_table;
 
-/* An object behind an interface begins with the address of its table, whoever
- * made it. The C++ compiler knows it under another type, hence may_alias. */
+/* An object behind an interface begins with the address of its table. In C++ it
+ * has another type, hence may_alias. */
 
 /* IQuorlException: a failure, such as the failure record of a thread. */
 struct __attribute__((may_alias)) vellix_exception {
@@ -210,13 +209,12 @@ static inline void vellix_log_bytes(int level, const char* from,
                      count);
 }
 
-/* For vellix_vlogf alone: frees a text at the end of its scope. */
+/* Only for vellix_vlogf: frees a text at the end of its scope. */
 static inline void vellix_free_text(char** text) { free(*text); }
 
-/* Writes a log record in printf form; leaves errno as it was. A text that
- * printf cannot make is written as its format: one above INT_MAX bytes, or with
- * a wide character that has no form. One that there is no memory for is cut to
- * 511 bytes. */
+/* Writes a log record in printf form; leaves errno unchanged. If printf fails
+ * (more than INT_MAX bytes, or an unencodable wide character), writes the
+ * format. Without memory for the text, cuts it to 511 bytes. */
 __attribute__((format(printf, 3, 0))) static inline void vellix_vlogf(
     int level, const char* from, const char* format, va_list args) {
   const int kept_errno = errno;
@@ -238,8 +236,8 @@ __attribute__((format(printf, 3, 0))) static inline void vellix_vlogf(
   vellix_log(level, from, text);
 }
 
-/* vellix_vlogf with the arguments themselves, which the compiler checks against
- * `format`. `format` must not come from data. */
+/* Like vellix_vlogf, with the arguments themselves, which the compiler checks
+ * against `format`. `format` must not come from data. */
 __attribute__((format(printf, 3, 4))) static inline void vellix_logf(
     int level, const char* from, const char* format, ...) {
   va_list args;
@@ -253,11 +251,11 @@ __attribute__((format(printf, 3, 4))) static inline void vellix_logf(
 struct vellix_failure {
   int code;         /* one of vellix_failure_code, or the caller's own */
   const char* msg;  /* the reason, for people */
-  int line;         /* where it was raised; means something with a code only */
+  int line;         /* where it was raised; only meaningful with a code */
   const char* file; /* the source name: which part of the program raised it */
 };
 
-/* The calling thread's failure, of whichever module's call. May throw
+/* The calling thread's failure, whichever module recorded it. May throw
  * std::bad_alloc in the first call on a thread. */
 static inline struct vellix_failure vellix_last_failure(void) {
   const struct vellix_exception* record = vellix_get_exception();
@@ -274,8 +272,8 @@ static inline void vellix_clear_failure(void) {
   record->table->Clear(record);
 }
 
-/* Records a failure as the library's own functions do: it is logged at level
- * EXP too. `msg` and `file` may be null.
+/* Records a failure as the library's own functions do, and so also logs it at
+ * level EXP. `msg` and `file` may be null.
  *
  *   vellix_fail(VELLIX_NO_DATA, "no samples", __LINE__, "pump"); */
 static inline void vellix_fail(int code, const char* msg, int line,
@@ -285,8 +283,8 @@ static inline void vellix_fail(int code, const char* msg, int line,
   record->table->Copy(record, record); /* into itself: only logs */
 }
 
-/* What a stream that is only written to, as a target of the log is, answers to
- * all else: -1 or false. Free does nothing: the host owns its target. */
+/* The other operations of a write-only stream, such as a log target: they
+ * return -1 or false. Free does nothing: the host owns its target. */
 static inline int64_t vellix_no_position(struct vellix_stream* stream) {
   (void)stream;
   return -1;
@@ -325,7 +323,7 @@ static inline void vellix_no_free(struct vellix_stream* stream) {
   (void)stream;
 }
 
-/* The table of a stream that is only written to:
+/* The table of a write-only stream:
  *
  *   static const struct vellix_stream_table kTable = VELLIX_WRITE_ONLY(Write);
  */

@@ -8,13 +8,13 @@
 //   [BN=NULL]
 //
 // SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT, SIGSYS and std::terminate write one
-// log record, of at most 4096 bytes. Then the process ends as it would have
-// done: the signal, its core dump and other handlers are what they were.
-// `host+0x1a2b` is what `addr2line -e host 0x1a2b` takes.
+// log record, of at most 4096 bytes. Then the process ends as usual: with the
+// same signal, core dump and other handlers. `host+0x1a2b` is what `addr2line
+// -e host 0x1a2b` takes.
 //
-// Header-only; needs the standard library, Linux, and a run time that unwinds
-// by tables. For the executable alone: a module that is unloaded would leave
-// its handlers behind. docs/crashes.md says what cannot be recorded.
+// Header-only; needs the standard library, Linux, and a runtime that unwinds by
+// tables. Only for the executable: a module that is unloaded would leave its
+// handlers behind. docs/crashes.md says what cannot be recorded.
 #ifndef VELLIX_CRASH_H_
 #define VELLIX_CRASH_H_
 
@@ -42,11 +42,10 @@
 #pragma GCC visibility push(hidden)
 namespace vellix {
 
-// Room for the handler where the thread's own stack has none left: without
-// it, a stack overflow ends the process without a log record. For the thread
-// that makes it, as the first object of its function. A thread that has an
-// alternate stack keeps that one, and so does a thread without memory for
-// one.
+// An alternate stack for the handler: without one, a stack overflow ends the
+// process without a log record. Make it on the thread itself, as the first
+// object of its function. Does nothing if the thread has an alternate stack, or
+// if there is no memory.
 class CrashStack {
  public:
   inline CrashStack();
@@ -59,31 +58,31 @@ class CrashStack {
   void* memory_;
 };
 
-// From now on a crash writes its log record to the file `path`, which is made
-// with mode 0640 less the umask if it is missing. If the process has it open
-// for writing without O_APPEND, as SetLogFile opens it, the record goes
+// From now on a crash writes its log record to the file `path`, which is
+// created with mode 0640 less the umask if it is missing. If the process has it
+// open for writing without O_APPEND, as SetLogFile opens it, the record goes
 // through that open file, or the next log record of another thread would
-// overwrite it. Otherwise the crash opens `path` again, so that it follows a
-// rotation.
+// overwrite it. Otherwise the crash reopens `path`, so it follows a rotation.
+// The file of this call stays open.
 //
-// Call it once, at start, when the target is set and TZ is right; the offset
-// from UTC stays as it is then. The calling thread gets a CrashStack for
-// good. A second call changes the destination, and lets a process whose own
-// handler has survived a crash record another one.
+// Call it once, at start, when the target and TZ are set: the offset from UTC
+// is fixed by the call. The calling thread gets a permanent CrashStack. A
+// second call changes the destination, and lets a process whose own handler
+// survived a crash record another one. A cancellation point.
 //
-// Failure: false with errno, and nothing is changed, for null and for a file
-// that cannot be opened.
+// Failure: false with errno set, and nothing is changed, for null and for a
+// file that cannot be opened.
 inline bool RecordCrashes(const char* path);
 
-// RecordCrashes to what is behind `descriptor` at the time of the crash. The
-// descriptor stays the caller's. A full pipe is waited for, a second at the
-// most.
+// Like RecordCrashes, but writes to `descriptor`, whatever it refers to at the
+// time of the crash. The caller keeps the descriptor. Waits at most a second
+// for a full pipe.
 inline bool RecordCrashes(int descriptor);
 
 namespace crash_internal {
 
 struct State {
-  // The thread that records, as Self has it, and the one that has recorded.
+  // The thread that records, as Self returns it, and the one that has recorded.
   std::atomic<uint64_t> owner{0}, finished{0};
   Line line;
   int64_t utc_offset;
@@ -100,8 +99,8 @@ inline uint64_t Self() {
 
 // ---- The crash ----
 
-// For the first thread of the process to crash. In a forked child the owner
-// is another process.
+// True for the first thread of the process that crashes. In a forked child the
+// owner is from another process.
 inline bool Claim() {
   State& s = sState;
   uint64_t owner = s.owner;
@@ -111,7 +110,7 @@ inline bool Claim() {
   return false;
 }
 
-// For the others. The signal of the owner ends the process meanwhile, unless
+// For the other threads. Meanwhile the owner's signal ends the process, unless
 // a handler of the host survives it.
 inline void AwaitOwner() {
   const timespec pause{0, 10000000};
@@ -121,8 +120,8 @@ inline void AwaitOwner() {
   for (int i = 0; i < 100; ++i) nanosleep(&pause, nullptr);
 }
 
-// `stack` as TakeFrame has it. Without `write` all is as in a crash, but for
-// the file: so that the crash does nothing for the first time.
+// `stack` as in TakeFrame. Without `write` it does all but the writing, so that
+// a crash does nothing for the first time.
 template <typename PutReason>
 void Record(PutReason put_reason, void* stack, bool write) {
   State& s = sState;
@@ -142,9 +141,9 @@ void Record(PutReason put_reason, void* stack, bool write) {
   s.finished.store(s.owner);
 }
 
-// With the signal's own data, and after the handler has returned, so that a
-// core shows the place of the crash, and a handler of the host gets what it
-// would have got.
+// With the signal's own data, and delivered after this handler has returned: a
+// core dump shows the place of the crash, and a handler of the host gets what
+// it would have got.
 inline void PassOn(int signal, size_t index, siginfo_t* info) {
   sigset_t only;
   sigemptyset(&only);
@@ -165,7 +164,7 @@ inline void OnSignal(int signal, siginfo_t* info, void*) {
   pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &cancel_before);
   size_t index = 0;
   while (kSignals[index] != signal) ++index;
-  // The system ignores one that was sent, never a fault.
+  // The system ignores a sent signal, never a fault.
   const bool ignored =
       s.before[index].sa_handler == SIG_IGN && info->si_code <= 0;
   if (!ignored) {
@@ -180,7 +179,7 @@ inline void OnSignal(int signal, siginfo_t* info, void*) {
   errno = errno_before;
 }
 
-// Before there is an owner: the exception's own code may crash as well.
+// Before there is an owner: the exception's code may itself crash.
 inline void DescribeException(char (&text)[1000]) {
   const std::type_info* type = abi::__cxa_current_exception_type();
   if (!type || !std::current_exception()) return;
@@ -204,7 +203,7 @@ inline void DescribeException(char (&text)[1000]) {
 
 [[noreturn]] inline void OnTerminate() {
   char text[1000] = "std::terminate";
-  static thread_local bool describing = false;  // a text may throw in its turn
+  static thread_local bool describing = false;  // what() may throw
   if (!describing) {
     describing = true;
     DescribeException(text);
@@ -223,7 +222,7 @@ inline void DescribeException(char (&text)[1000]) {
 
 // ---- The installation ----
 
-// The alternate stack that the thread has from now on; null if it has one.
+// Gives the thread an alternate stack; null if it has one or on failure.
 inline void* MakeStack(size_t& size) {
   stack_t stack{};
   sigaltstack(nullptr, &stack);
@@ -255,7 +254,7 @@ inline void Install() {
   s.utc_offset = local.tm_gmtoff;
   size_t ignored = 0;
   MakeStack(ignored);
-  // The unwinder may load and allocate at its first use.
+  // The unwinder may be loaded, and allocate, at its first use.
   Record([](Line&) {}, nullptr, false);
   struct sigaction action {};
   action.sa_sigaction = OnSignal;
@@ -265,8 +264,8 @@ inline void Install() {
     struct sigaction before {};
     sigaction(kSignals[i], nullptr, &before);
     if (before.sa_sigaction != OnSignal) s.before[i] = before;
-    // A fault in the handler enters it again; nothing else interrupts it. A
-    // system call that went on through the signal still does.
+    // A fault in the handler reenters it; nothing else interrupts it.
+    // SA_RESTART stays as the host had it.
     action.sa_flags = SA_SIGINFO | SA_ONSTACK | SA_NODEFER;
     if (Restarts(s.before[i])) action.sa_flags |= SA_RESTART;
     sigaction(kSignals[i], &action, nullptr);

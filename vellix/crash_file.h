@@ -1,5 +1,5 @@
-// Where the log record of a crash goes, and how it gets there in a signal
-// handler. For crash.h alone.
+// Where the log record of a crash goes, and how a signal handler writes it.
+// Only for crash.h.
 #ifndef VELLIX_CRASH_FILE_H_
 #define VELLIX_CRASH_FILE_H_
 
@@ -25,9 +25,9 @@ namespace vellix::crash_internal {
 struct Destination {
   char path[PATH_MAX];  // empty for a descriptor of the host's
   int descriptor;
-  struct stat file;  // what `descriptor` leads to, if there is a path
-  bool shared;       // `descriptor` has the position of the log's own
-  int spare;         // gives way when the process has used up its descriptors
+  struct stat file;  // behind `descriptor`, if there is a path
+  bool shared;       // `descriptor` shares the log's position
+  int spare;         // closed at the crash, so that one is free
   struct stat spare_file;
 };
 inline Destination sDestination;
@@ -38,7 +38,7 @@ inline bool IsSameFile(int descriptor, const struct stat& file) {
          now.st_ino == file.st_ino;
 }
 
-// Not to wait for the reader of a named pipe.
+// O_NONBLOCK: does not wait for the reader of a named pipe.
 inline int OpenPath(const char* path) {
   return open(path,
               O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOCTTY | O_NONBLOCK,
@@ -74,8 +74,8 @@ inline bool IsTorn(int log) {
 
 // ---- At installation ----
 
-// Takes `to` for the destination, with a new spare descriptor. Those of an
-// earlier call stay open: their numbers may be the host's by now.
+// Makes `to` the destination, with a new spare descriptor. Those of an earlier
+// call stay open: their numbers may belong to the host by now.
 inline void Set(Destination to) {
   const int root = open("/", O_PATH | O_CLOEXEC);
   to.spare = fcntl(root, F_DUPFD_CLOEXEC, 3);
@@ -161,8 +161,7 @@ inline void WriteLog(const Line& line) {
   if (log != sDestination.descriptor) close(log);
 }
 
-// Without the signals of a pipe without a reader, and of a file that is too
-// long.
+// Without SIGPIPE and SIGXFSZ.
 inline void WriteQuietly(const Line& line) {
   struct sigaction ignore {};
   struct sigaction pipe {};

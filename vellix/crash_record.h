@@ -1,5 +1,5 @@
-// What the log record of a crash says, composed with nothing but what is safe
-// in a signal handler: no heap, no lock, little stack. For crash.h alone.
+// Composes the log record of a crash, by means that are safe in a signal
+// handler: no heap, no lock, little stack. Only for crash.h.
 #ifndef VELLIX_CRASH_RECORD_H_
 #define VELLIX_CRASH_RECORD_H_
 
@@ -66,10 +66,10 @@ inline const char* Digits(uint64_t value, unsigned base, int width, char pad,
   return first;
 }
 
-// The log record as it grows. A pipe takes its 4096 bytes in one piece.
+// The log record. A pipe takes its 4096 bytes atomically.
 class Line {
  public:
-  // Begins with the end of the line before, which is needed if that is torn.
+  // Begins with a line end, which is needed after a torn line.
   void Begin() {
     size_ = 0;
     Text("\r\n");
@@ -105,13 +105,13 @@ class Line {
   size_t size_ = 0;
 };
 
-// `seconds` since 1970 as asctime has them.
+// `seconds` since 1970 in the form of asctime.
 inline void PutTime(Line& line, uint64_t seconds) {
   constexpr char kDays[] = "Thu\0Fri\0Sat\0Sun\0Mon\0Tue\0Wed";
   constexpr char kMonths[] =
       "Mar\0Apr\0May\0Jun\0Jul\0Aug\0Sep\0Oct\0Nov\0Dec\0Jan\0Feb";
-  // Years from March on, so that a leap day is the last of its year; eras of
-  // 400 years, from 0000-03-01 on.
+  // Years start in March, so that a leap day is the last of its year, and are
+  // counted in eras of 400 from 0000-03-01 on.
   const uint64_t day = seconds / 86400;
   const uint64_t era = (day + 719468) / 146097;
   const uint64_t of_era = (day + 719468) % 146097;
@@ -172,25 +172,25 @@ struct Mapping {
   char name[64];  // without its directories
 };
 
-// The frames that were found, and the reading of /proc/self/maps. Only the
-// thread that records uses it.
+// The frames found, and the reader of /proc/self/maps. Only the recording
+// thread uses it.
 struct Walk {
   Frame frames[kFrames];
   size_t frame_count;
-  bool at_crash;  // the frames of the handler itself are behind
+  bool at_crash;  // past the frames of the handler itself
   sigjmp_buf after_fault;
-  volatile sig_atomic_t guarded;  // a fault goes on behind the step
+  volatile sig_atomic_t guarded;  // a fault skips the rest of the step
   int maps_file;
   char maps[1024];
   ssize_t maps_size, maps_at;
 };
 inline Walk sWalk;
 
-// `stack`: frames of what is below are the recorder's own; null in a signal
-// handler, where they end at the first frame that a signal has interrupted.
+// Frames below `stack` are the recorder's own. It is null in a signal handler,
+// where those end at the first frame that a signal interrupted.
 inline _Unwind_Reason_Code TakeFrame(_Unwind_Context* context, void* stack) {
   Walk& walk = sWalk;
-  int interrupted = 0;  // then ip is that of the instruction, not behind a call
+  int interrupted = 0;  // then ip is the instruction's, not a return address
   const uintptr_t ip = _Unwind_GetIPInfo(context, &interrupted);
   if (interrupted && !walk.at_crash) {
     walk.at_crash = true;
@@ -216,7 +216,7 @@ inline int NextChar() {
   return static_cast<unsigned char>(walk.maps[walk.maps_at++]);
 }
 
-// Takes the character behind the number, too.
+// Also takes the character after the number.
 inline uintptr_t NextHex() {
   uintptr_t value = 0;
   for (;;) {
@@ -251,7 +251,7 @@ inline bool NextMapping(Mapping& mapping) {
   return mapping.end != 0;
 }
 
-// Addresses in an executable of fixed place are absolute.
+// Addresses in an executable with a fixed base are absolute.
 inline bool IsFixed(uintptr_t image) {
   const auto* header = reinterpret_cast<const ElfW(Ehdr)*>(image);
   return memcmp(header->e_ident, ELFMAG, SELFMAG) == 0 &&
@@ -286,7 +286,7 @@ inline void PutFrames(Line& line) {
 }
 
 // Runs a step that reads what the crash may have damaged. After a fault in it
-// the handler goes on with what it has.
+// the handler continues with what it has.
 template <typename Step>
 void Guard(Step step) {
   if (sigsetjmp(sWalk.after_fault, 1) == 0) {
@@ -302,7 +302,7 @@ inline void PutStack(Line& line, void* stack) {
   walk.at_crash = stack != nullptr;
   walk.maps_at = walk.maps_size = 0;
   Guard([stack] { _Unwind_Backtrace(TakeFrame, stack); });
-  if (!walk.at_crash) walk.frame_count = 0;  // no more than the handler's own
+  if (!walk.at_crash) walk.frame_count = 0;  // only the handler's own
   Guard([] {
     sWalk.maps_file = open("/proc/self/maps", O_RDONLY | O_CLOEXEC);
     FindModules();

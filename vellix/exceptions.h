@@ -3,9 +3,9 @@
 // A call of the toolkit that fails returns its failure value and puts the
 // reason into the calling thread's failure record, which GetQuorlException
 // returns; or it throws a CBaseException. The comment of each function says
-// which. The failure record belongs to its thread, a CBaseException to whoever
-// holds it. Nothing here takes a lock, except that Copy into a failure record
-// logs and so takes the logger's.
+// which. The failure record belongs to its thread, a CBaseException to its
+// owner. Nothing here takes a lock, except that Copy into a failure record logs
+// and so takes the logger's lock.
 #ifndef VELLIX_EXCEPTIONS_H_
 #define VELLIX_EXCEPTIONS_H_
 
@@ -36,12 +36,12 @@ class IQuorlException {
   // Stores the four fields. A null `msg` or `file` empties that text; both may
   // point into the object itself. Never writes to the log. Throws
   // std::bad_alloc when memory runs out: the code is then stored, unless `file`
-  // lies in the object's message, and the other fields may be those of before.
+  // lies in the object's message, and the other fields may be unchanged.
   virtual void SetException(int code, const char* msg, int line,
                             const char* file) = 0;
 
-  // Sets the code to 0 and empties the message. Line and file stay: they mean
-  // something only while the code is not 0.
+  // Sets the code to 0 and empties the message. Line and file stay: they are
+  // meaningful only while the code is not 0.
   virtual void Clear() = 0;
 
   // Copies the four fields of `src`, which must not be null and whose source
@@ -60,8 +60,8 @@ class CBaseException : public IQuorlException {
   // A null `msg` or `file` becomes an empty text. May throw std::bad_alloc.
   CBaseException(int code, const char* msg, int line, const char* file);
 
-  // A copy of the failure that `src` holds, to be thrown or kept. `src` must
-  // not be null and is not referred to afterwards. May throw std::bad_alloc.
+  // A copy of the failure in `src`, to be thrown or kept. `src` must not be
+  // null and is not used afterwards. May throw std::bad_alloc.
   explicit CBaseException(IQuorlException* src);
 
   VELLIX_HIDDEN CBaseException(const CBaseException&) = default;
@@ -95,7 +95,7 @@ class CBaseException : public IQuorlException {
 
 // The object behind GetQuorlException, one per thread. Inside the library only.
 // Copying a failure into it also writes a log record. Defined in
-// exceptions_store.cpp, as TLSKeyKeeper.
+// exceptions_store.cpp, like TLSKeyKeeper.
 class CQuorlException final : public CBaseException {
  public:
   // Code 0, empty texts, line -1.
@@ -137,17 +137,17 @@ constexpr int32_t kStandardException = 10021015;  // message is its what() text
 constexpr int32_t kEndOfData = 10021016;          // end of data
 constexpr int32_t kWrongState = 10021019;  // wrong state for the operation
 
-// The calling thread's failure as four lines of text, or the empty text when
-// its code is 0:
+// The calling thread's failure as four lines of text, or an empty text if its
+// code is 0:
 //
 //   [!!! Exception Code: 10021016
 //   Msg: End of file
 //   File: ../sysutils
 //   Line: 123 !!!]
 //
-// without a line feed at the end. Makes the thread's failure record if there is
-// none, and does not change it. May throw std::bad_alloc. Any thread. Defined
-// in exceptions_text.cpp, as the next one.
+// without a line feed at the end. Creates the thread's failure record if there
+// is none, and does not change it. May throw std::bad_alloc. Any thread.
+// Defined in exceptions_text.cpp, like the next one.
 std::string GetLastQuorlExpAsText();
 
 // `e` rendered through `format`, a printf format that takes a text (the file
@@ -164,15 +164,15 @@ std::string FormatQuorlExp(const CBaseException& e, const std::string& format);
 
 extern "C" {
 
-// The calling thread's failure record, made by the first call on the thread;
+// The calling thread's failure record, created by the first call on the thread;
 // never null. One record per thread serves all modules of the process. It stays
 // valid until the thread calls ReleaseQuorlException or ends, and must not be
 // deleted. Throws std::bad_alloc when there is no memory for a new one. Any
-// thread. Defined in exceptions_store.cpp, as the next one.
+// thread. Defined in exceptions_store.cpp, like the next one.
 //
-// Each call makes a new record, and leaks it, when the process had used up its
-// pthread keys before the library was loaded, or while the system has no memory
-// for the thread's slot of a key.
+// Each call makes a new record, and leaks it, if the process had used up its
+// pthread keys before the library was loaded, or while there is no memory for
+// the thread's slot of the key.
 __attribute__((visibility("default"))) IQuorlException* GetQuorlException();
 
 // Destroys the calling thread's failure record, if it has one. The next

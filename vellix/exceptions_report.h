@@ -1,12 +1,12 @@
-// Raising and guarding: the one way in which the toolkit fails.
+// Raising and guarding: how the toolkit fails.
 //
-// A failure is thrown as a CBaseException. A boundary operation runs its body
-// under Guard, which records what leaves the body in the calling thread's
-// failure record and returns the operation's failure value.
+// A failure is thrown as a CBaseException. A boundary function runs its body
+// under Guard, which stores what the body throws in the calling thread's
+// failure record and returns the function's failure value.
 //
-// Nothing in the toolkit decides by reading the record back: recording a
-// failure logs it, and the log's target may clear the record or fail in its
-// turn. What the toolkit wants to know of a failure travels as a value.
+// The toolkit never decides by reading the record back: recording a failure
+// logs it, and the log's target may clear the record or itself fail. The
+// toolkit passes failures on as values.
 #ifndef VELLIX_EXCEPTIONS_REPORT_H_
 #define VELLIX_EXCEPTIONS_REPORT_H_
 
@@ -20,15 +20,15 @@
 
 namespace QuorlBased {
 
-// A function that lets the unwinding pass by which a thread is cancelled or
-// exits: a handler that swallows it aborts the process. There is no C++ object
-// then, so the handler binds a null reference. It has a clause of its own,
-// because `catch (...)` cannot tell it from an exception of another language,
-// and to rethrow one of those would count it as uncaught for good.
+// Marks a function that lets forced unwinding pass, by which a thread is
+// cancelled or exits: a handler that swallows it aborts the process. There is
+// no C++ object then, so the handler binds a null reference. It has its own
+// clause, because `catch (...)` cannot tell it from an exception of another
+// language, and rethrowing one of those would count it as uncaught forever.
 #define VELLIX_LETS_UNWINDING_PASS __attribute__((no_sanitize("null")))
 
-// Runs `body`. False when an exception leaves it, one of another language's run
-// time included; it is dropped.
+// Runs `body`. False if it throws, even an exception from another language's
+// runtime; the exception is dropped.
 template <typename Body>
 VELLIX_LETS_UNWINDING_PASS bool Completes(Body body) {
   [[maybe_unused]] const UnwindingHold hold;
@@ -42,7 +42,7 @@ VELLIX_LETS_UNWINDING_PASS bool Completes(Body body) {
   }
 }
 
-// A module of the toolkit, by the name that its failures carry as their file.
+// A module of the toolkit. Its name is the file of its failures.
 class FailureSource {
  public:
   explicit constexpr FailureSource(const char* name) : name_(name) {}
@@ -54,9 +54,9 @@ class FailureSource {
     throw CBaseException(code, msg, line, name_);
   }
 
-  // Throws the failure of the system call just made. The message is composed
-  // of `prefix` and errno: "file_open error: errno: 2 No such file or
-  // directory". Must be the first statement after the failed call.
+  // Throws the failure of the preceding system call. The message is composed of
+  // `prefix` and errno: "file_open error: errno: 2 No such file or directory".
+  // Must be the first statement after the failed call.
   [[noreturn, gnu::always_inline]] void RaiseErrno(
       int code, const char* prefix, int line = __builtin_LINE()) const {
     const int error = errno;  // before the throw allocates
@@ -70,9 +70,9 @@ class FailureSource {
     throw SystemFailure(error, code, prefix, line);
   }
 
-  // Runs `body` and returns its result. What leaves it is recorded, and the
-  // result is then `failure`. With `kept` the failure is stored there as well,
-  // whatever becomes of the record.
+  // Runs `body` and returns its result. What it throws is recorded, and the
+  // result is then `failure`. If `kept` is not null, the failure is stored
+  // there as well, whatever happens to the record.
   //
   // Forced unwinding passes. So does what the recording throws: std::bad_alloc,
   // and what a foreign log target throws.
@@ -112,8 +112,8 @@ class FailureSource {
         nullptr, line);
   }
 
-  // Guard for an operation that must itself fail by throwing: what it has
-  // recorded leaves it as a CBaseException.
+  // Guard for a function that itself fails by throwing: throws what it has
+  // recorded as a CBaseException.
   template <typename Body>
   std::invoke_result_t<Body&> Relay(Body body,
                                     int line = __builtin_LINE()) const {
@@ -143,13 +143,13 @@ class FailureSource {
   const char* name_;
 };
 
-// The calling thread's record; null when there is none and no memory for one.
-// There is nothing to clear then.
+// The calling thread's record; null if there is none and no memory for one.
+// Then there is nothing to clear.
 IQuorlException* RecordIfAny();
 
-// Throws a copy of the failure that the calling thread's record holds, if it
-// holds one. For what a host's own code has put there, and nothing else: of the
-// toolkit's failures the record may have lost the true reason.
+// Throws a copy of the failure in the calling thread's record, if there is one.
+// Only for what a host's code has put there: for the toolkit's failures the
+// record may have lost the true reason.
 void RaiseStoredFailure();
 
 }  // namespace QuorlBased

@@ -5,8 +5,8 @@
 //   library.Logger()->SetLogFile("host.log", true);
 //
 // Header-only; needs the standard library and dlopen, nothing of vellix at link
-// time; modules with different versions of it share a process. Open once, at
-// start and before the first plug-in, on one thread; what it returns may then
+// time. Modules with different versions of it can share a process. Open once,
+// at start, before the first plug-in, on one thread; what it returns may then
 // be used from any thread.
 #ifndef VELLIX_LOADER_H_
 #define VELLIX_LOADER_H_
@@ -24,37 +24,37 @@
 #pragma GCC visibility push(hidden)
 namespace vellix {
 
-// What another platform changes here: the library's file name, and the link to
+// What another platform has to change: the library's file name, and the link to
 // the running executable.
 namespace loader_platform {
 constexpr char kLibrary[] = "libvellix.so.1";
 constexpr char kExecutable[] = "/proc/self/exe";
 }  // namespace loader_platform
 
-// The library as a module that is opened at run time. It stays in the process
-// when this object dies, unless the host calls Unload before.
+// The library, opened at run time. It stays in the process when this object is
+// destroyed, unless the host calls Unload before.
 class Library {
  public:
   Library() = default;
   Library(const Library&) = delete;
   Library& operator=(const Library&) = delete;
 
-  // Opens the library that the process has loaded already, else the one beside
-  // the running executable, else the installed one by its name. False with
-  // Error() on failure; a library that was open stays open.
+  // Opens the library that the process has already loaded, else the one beside
+  // the running executable, else the installed one. False with Error() on
+  // failure; a library that was open stays open.
   bool Open() {
     if (handle_) return Fail("a library is open already");
     if (OpenLoaded()) return FindAll(kName);
     const std::string beside = ExecutableDirectory() + kName;
-    // One that is there and cannot be opened is not passed over.
+    // If it is there but cannot be opened, that is an error.
     if (access(beside.c_str(), F_OK) == 0) return OpenFile(beside);
     return OpenFile(kName) || Fail("no " + beside + ", and " + error_);
   }
 
-  // Opens the library that the process has loaded already, else the one at
-  // `path`: two would be two logs. False with Error() when there is none, it
-  // lacks one of its three functions, the path is empty, or one is open
-  // already, which stays open.
+  // Opens the library that the process has already loaded, else the one at
+  // `path`: two libraries would be two logs. False with Error() if there is
+  // none, it lacks one of its three functions, the path is empty, or one is
+  // already open, which stays open.
   bool Open(const std::string& path) {
     if (handle_) return Fail("a library is open already");
     // dlopen would open the program itself.
@@ -66,7 +66,7 @@ class Library {
   // Whether an Open has succeeded since the last Unload.
   bool IsOpen() const { return handle_ != nullptr; }
 
-  // What went wrong last, for a person to read; empty after a success.
+  // The last error as readable text; empty after a success.
   const std::string& Error() const { return error_; }
 
   // The thread's failure record; see GetQuorlException. Only while open.
@@ -78,18 +78,18 @@ class Library {
   // The process's logger; see GetQuorlLogger. Only while open.
   QuorlBased::IQuorlLogger* Logger() const { return get_logger_(); }
 
-  // Closes the library, which leaves the process if no one else has opened it.
-  // What it returned is void then, and no thread may be in it.
+  // Closes the library, which leaves the process unless it is open elsewhere.
+  // What it returned is then invalid, and no thread may be in it.
   void Unload() {
     if (handle_) dlclose(handle_);
     handle_ = nullptr;
   }
 
-  // Does nothing: the library stays by itself. Kept for callers.
+  // Does nothing: the library stays loaded anyway. Kept for compatibility.
   void KeepLoaded() {}
 
-  // The directory of the running executable with its closing slash, also when
-  // that file was replaced or removed; empty when the system does not tell.
+  // The directory of the running executable with its closing slash, even if
+  // that file was replaced or removed; empty if the system does not report it.
   static std::string ExecutableDirectory() {
     char path[PATH_MAX];
     const ssize_t length =

@@ -7,10 +7,10 @@
 //   kLog.Error("bad packet", {packet.data(), packet.size()});
 //   kLog.Debug() << "took " << elapsed << " ms";
 //
-// Header-only, over the interface alone; modules with different versions of it
-// share a process. A message below the threshold costs one load and a branch
-// (clang: the printf form adds a call); any other is formatted before the
-// logger's lock is taken. Any thread.
+// Header-only; it uses only the interface, so modules with different versions
+// of it can share a process. A message below the threshold costs one load and a
+// branch (clang: the printf form adds a call); any other is formatted before
+// the logger's lock is taken. Any thread.
 #ifndef VELLIX_LOG_H_
 #define VELLIX_LOG_H_
 
@@ -29,9 +29,8 @@
 #include "vellix/log_forms.h"
 #include "vellix/logger.h"
 
-// The threshold is tested where the call stands: g++ passes the arguments on
-// from a function that it has inlined. clang cannot and calls a function, which
-// tests it first.
+// Tests the threshold at the call site: g++ can forward the arguments from an
+// inlined function. clang cannot, and calls a function that tests first.
 #if __has_builtin(__builtin_va_arg_pack)
 #define VELLIX_PRINTF(text, first) \
   __attribute__((always_inline, gnu_inline, format(printf, text, first)))
@@ -53,9 +52,9 @@ namespace vellix {
 
 class Log;
 
-// The result of Log::Debug() and its siblings: collects what is streamed into
-// it, in the classic locale, and writes the log record when the statement
-// ends. Throws what IQuorlLogger::Log throws.
+// The result of Log::Debug() and its siblings: collects streamed values, in the
+// classic locale, and writes the log record when the statement ends. Throws
+// what IQuorlLogger::Log throws.
 class LogLine {
  public:
   LogLine(const LogLine&) = delete;
@@ -70,7 +69,7 @@ class LogLine {
       buffer_->inserting = true;
       buffer_->out << value;
       buffer_->inserting = false;
-      buffer_->out.clear();  // a value that cannot be written costs no other
+      buffer_->out.clear();  // or a failed value suppresses the next
     }
     return std::move(*this);
   }
@@ -83,7 +82,7 @@ class LogLine {
     Buffer() { out.imbue(std::locale::classic()); }
 
     std::ostringstream out;
-    bool inserting = false;  // stays when a cancelled thread leaves a value
+    bool inserting = false;  // stays true if cancelled within a value
     int exceptions = std::uncaught_exceptions();  // in flight at the beginning
   };
 
@@ -98,7 +97,7 @@ class LogLine {
   Buffer* const buffer_;  // null when the level is off
 };
 
-// One per module: carries the source name of its records and a threshold.
+// One per module: holds the source name of its records and a threshold.
 class Log {
  public:
   // Logs through GetQuorlLogger, for which the program links the library.
@@ -115,8 +114,8 @@ class Log {
   Log(const Log&) = delete;
   Log& operator=(const Log&) = delete;
 
-  // Logs through `logger` from now on; null returns to what the constructor
-  // was given. Not while another thread logs with `logger` unloaded.
+  // Logs through `logger` from now on; null restores what the constructor was
+  // given. No other thread may still log through a logger that gets unloaded.
   void SetLogger(QuorlBased::IQuorlLogger* logger) {
     logger_.store(logger, std::memory_order_release);
   }
@@ -126,14 +125,14 @@ class Log {
     threshold_.store(threshold, std::memory_order_relaxed);
   }
 
-  // Whether a message of `level` passes the threshold. The switches of the
-  // logger do not count.
+  // Whether a message of `level` passes the threshold. Ignores the switches of
+  // the logger.
   bool IsOn(QuorlBased::LogLevel level) const {
     return level >= threshold_.load(std::memory_order_relaxed);
   }
 
   // Writes one log record with a text and a dump, if its level passes the
-  // threshold. Debug to Fatal have the level of their name. Throws what
+  // threshold. Debug to Fatal log at the level of their name. Throws what
   // QuorlBased::IQuorlLogger::Log throws.
   void Write(QuorlBased::LogLevel level, Text msg, Bytes data = {}) const {
     if (IsOn(level)) {
@@ -158,7 +157,7 @@ class Log {
 
   // Writes one log record in printf form, if its level passes the threshold.
   // The compiler checks the arguments (-Wformat). `format` must not come from
-  // data. What cannot be formatted is written as its format.
+  // data. A message that cannot be formatted is written as its format.
   VELLIX_PRINTF(3, 4)
   inline void Writef(QuorlBased::LogLevel level, const char* format,
                      ...) const {
@@ -182,8 +181,8 @@ class Log {
 
   // Writes one log record in {} form, as kLog.Info("x = {}", x), if its level
   // passes the threshold. A format that does not fit the arguments does not
-  // compile; in C++17 that holds for FMT_STRING("x = {}") of vellix/log_fmt.h.
-  // What cannot be formatted is written as its format with the reason.
+  // compile; in C++17 only with FMT_STRING("x = {}") of vellix/log_fmt.h. A
+  // message that cannot be formatted is written as its format with the reason.
   template <typename First, typename... Rest>
   void Write(QuorlBased::LogLevel level, FormatOf<First, Rest...> format,
              First&& first, Rest&&... rest) const {
@@ -233,8 +232,8 @@ class Log {
  private:
   friend class LogLine;
 
-  // noinline, so that only the test of the level is inlined; six words, which
-  // are passed in registers.
+  // noinline, so that only the test of the level is inlined. The six arguments
+  // fit in registers.
   __attribute__((noinline)) void WriteRecord(QuorlBased::LogLevel level,
                                              const char* text, size_t length,
                                              const void* data,
@@ -253,8 +252,8 @@ class Log {
     }
   }
 
-  // Takes over `line`. A line whose statement throws, or is cancelled within
-  // a value, is dropped.
+  // Takes ownership of `line`. Drops it if its statement throws or is cancelled
+  // within a value.
   __attribute__((noinline)) void WriteLine(QuorlBased::LogLevel level,
                                            LogLine::Buffer* line) const {
     const std::unique_ptr<LogLine::Buffer> owner(line);

@@ -6,8 +6,8 @@
 //   kLog.Info("{} of {} slots in use", used, all);
 //   kLog.Info(FMT_STRING("{} of {} slots in use"), used, all);
 //
-// In C++20 both are checked when they are compiled. In C++17 the second is, as
-// is each one with FMT_ENFORCE_COMPILE_STRING defined. Link fmt, or define
+// C++20 checks both when they are compiled. C++17 checks only the second;
+// define FMT_ENFORCE_COMPILE_STRING to allow no other. Link fmt, or define
 // FMT_HEADER_ONLY.
 #ifndef VELLIX_LOG_FMT_H_
 #define VELLIX_LOG_FMT_H_

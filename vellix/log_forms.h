@@ -24,7 +24,7 @@ struct Bytes {
   size_t size = 0;             // in bytes
 };
 
-// A message in any of the usual forms, for the length of a call.
+// A message in any of the usual forms, valid during a call.
 class Text {
  public:
   // Refers to `text`, which must live as long as the call. A null pointer is
@@ -44,8 +44,8 @@ class Text {
   size_t size_ = kTerminated;
 };
 
-// What a {} form takes as its format, for arguments of these types, and what
-// writes it: by std::format, else as vellix/log_fmt.h completes it.
+// The type of the format in a {} form for these arguments, and the code that
+// writes it: by std::format, or else completed by vellix/log_fmt.h.
 #ifdef __cpp_lib_format
 inline namespace braces_of_std {
 
@@ -84,7 +84,7 @@ struct Braces;
 }  // namespace braces_of_fmt
 #endif
 
-// The type of the format that goes with these arguments.
+// The type of the format for these arguments.
 template <typename First, typename... Rest>
 using FormatOf = typename Braces<First, Rest...>::Format;
 

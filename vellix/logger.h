@@ -16,14 +16,14 @@
 
 namespace QuorlBased {
 
-// The level of a log record. The library itself uses LogExp alone.
+// The level of a log record. The library itself uses only LogExp.
 enum LogLevel : int {
-  LogDebug = 0,  // for whoever looks for a fault
-  LogInfo = 1,   // the usual course of the program
-  LogWarn = 2,   // unexpected; the program goes on as it should
+  LogDebug = 0,  // for debugging
+  LogInfo = 1,   // normal operation
+  LogWarn = 2,   // unexpected, but handled
   LogExp = 3,    // failures that were recorded; has a switch of its own
   LogError = 4,  // an operation failed
-  LogFatal = 5,  // the program cannot go on
+  LogFatal = 5,  // the program cannot continue
 };
 
 // The text of each level in a log record, five characters wide. Defined in
@@ -39,25 +39,25 @@ class IQuorlLogger {
   // false. The file stays open until the process ends; it gets the lowest free
   // descriptor, 0 to 2 in a process that has closed those.
   //
-  // Failure: false, and a target can still be set. The thread's failure record
-  // holds the reason when the file could not be opened; when memory ran out, it
-  // may be cleared instead. It is left as it was when a target is set already,
-  // for a null path and after the teardown. Success clears it, except when
-  // appending to something that cannot seek, such as a pipe. Not synchronised:
-  // set the target before other threads log.
+  // Failure: false, and a target can still be set. If the file could not be
+  // opened, the thread's failure record holds the reason; if memory ran out, it
+  // may be cleared instead. It is unchanged if a target is already set, for a
+  // null path and after the teardown. Success clears it, except when appending
+  // to something that cannot seek, such as a pipe. Not synchronised: set the
+  // target before other threads log.
   virtual bool SetLogFile(const char* path, bool append) = 0;
 
-  // The name given to SetLogFile; null without one. Valid as long as the
-  // logger.
+  // The path given to SetLogFile; null if there was none. Valid as long as the
+  // logger. Any thread, once the target is set.
   virtual const char* GetLogFile() = 0;
 
-  // Makes `stream` the target. It stays the caller's and has to outlive
-  // everything that can log. If the process forks and its child is to log, the
-  // stream must not be left half changed by a thread that is gone in the child:
-  // a stream over a descriptor has nothing to change, a CMemoryStream has.
+  // Makes `stream` the target. The caller keeps it, and it must outlive
+  // everything that can log. If a forked child is to log, the stream must have
+  // no state that a thread of the parent may have left half changed: a stream
+  // over a descriptor has none, a CMemoryStream has.
   //
-  // Failure: false, and nothing is changed or recorded, for null, when a target
-  // is set already and after the teardown. Success leaves the thread's failure
+  // Failure: false, and nothing is changed or recorded, for null, if a target
+  // is already set, and after the teardown. Success leaves the thread's failure
   // record as it was. Not synchronised, as SetLogFile.
   virtual bool SetLogStream(IQuorlStream* stream) = 0;
 
@@ -71,8 +71,8 @@ class IQuorlLogger {
   // any time, by any thread.
   virtual void EnableExpLog(bool enable) = 0;
 
-  // Whether failures that are recorded are logged too: what EnableExpLog has
-  // set. Any thread.
+  // Whether recorded failures are also logged, as set by EnableExpLog. Any
+  // thread.
   virtual bool IsExpLogEnabled() = 0;
 
   // Writes one log record: one line, ended by CR LF, in one call of the
@@ -81,32 +81,31 @@ class IQuorlLogger {
   //   [TM=Sun Nov  1 09:05:00 2026] [TH=4711] [LV=INFO ] [FR=net] [MG=up]
   //   [BN=NULL]
   //
-  // `from` names the source and `msg` is the text, "NULL" when null; line feed
-  // and carriage return in them become \n and \r. Of `data` the first 1024 of
-  // `size` bytes are dumped as hexadecimal digits, "NULL" without any. Does
-  // nothing when logging is off, for LogExp while EnableExpLog is off, without
-  // a target, and for an unknown level.
+  // `from` names the source and `msg` is the text, written as "NULL" if null;
+  // line feed and carriage return in them become \n and \r. The first 1024 of
+  // the `size` bytes of `data` are dumped as hexadecimal digits, "NULL" if
+  // there are none. Does nothing if logging is off, for LogExp while
+  // EnableExpLog is off, without a target, and for an unknown level.
   //
-  // The time is local time. A new value of TZ shows when the next second
-  // begins; the C library then reads the environment, which must not be changed
-  // by another thread at that moment. The child of a process with threads keeps
-  // the offset from UTC that its parent last used.
+  // The time is local time. Once a second the C library reads TZ; no other
+  // thread may change the environment meanwhile. The child of a multi-threaded
+  // process keeps the offset from UTC that its parent last used.
   //
   // Failure: a failed Write is neither reported nor repeated. Throws what the
   // target's Write throws, std::bad_alloc, and std::length_error for more than
-  // 4 GiB; the next log record is whole all the same. A file takes 2 GiB less
-  // 4 KiB at once; the rest of a longer log record is lost.
+  // 4 GiB; the next log record is still whole. A file takes at most 2 GiB less
+  // 4 KiB; the rest of a longer log record is lost.
   //
-  // Leaves errno as it was, and the thread's failure record too if the target
-  // does. Any thread; log records never interleave. A cancellation point with a
-  // file as the target. Not in a signal handler, and not under asynchronous
-  // cancellation: either may end or hang the process.
+  // Leaves errno unchanged, and also the thread's failure record if the target
+  // does. Any thread; log records never interleave. A cancellation point with
+  // SetLogFile, or if the target's Write is one. Not in a signal handler, and
+  // not under asynchronous cancellation: either may end or hang the process.
   virtual void Log(LogLevel level, const char* from, const char* msg,
                    const unsigned char* data, unsigned int size) = 0;
 
   // Whether a log record is being written now. Stores the id of the last writer
-  // in `*threadId` unless that is null. A thread that finds true and its own id
-  // is itself inside the target's Write. Any thread.
+  // in `*threadId` unless that is null. If the result is true and the id is the
+  // caller's, the caller is inside the target's Write. Any thread.
   virtual bool IsLogging(unsigned int* threadId) = 0;
 };
 
@@ -135,8 +134,8 @@ class CQuorlLogger final : public IQuorlLogger {
   bool IsLogging(unsigned int* threadId) override;
 
   // `text`, which must not be null, with each line feed as \n and each carriage
-  // return as \r. May throw std::bad_alloc. For hosts as well; defined in
-  // logger_text.cpp, as the next one.
+  // return as \r. May throw std::bad_alloc. For hosts too; defined in
+  // logger_text.cpp, like the next one.
   static std::string ConvertToLogText(const char* text);
 
   // Fills `out` with the dump of `size` bytes: two upper-case digits and a
@@ -145,12 +144,12 @@ class CQuorlLogger final : public IQuorlLogger {
   static void ConvertToHexString(const unsigned char* data, unsigned int size,
                                  std::string& out);
 
-  // Drops the target without freeing it. Later calls of Log do nothing. For the
-  // library's teardown alone.
+  // Drops the target without freeing it. Later calls of Log do nothing. Only
+  // for the library's teardown.
   void TearDown();
 
-  // Sets the logger up for the process it is in. For the library's fork handler
-  // alone; a child that no handler has run in does this as it logs.
+  // Sets the logger up for the current process. Only for the library's fork
+  // handler; a child in which no handler ran does this when it logs.
   void EnterForkedChild();
 
  private:

@@ -1,5 +1,5 @@
-// The line of one log record: pure text, no lock. Internal. What every record
-// takes is inline; the slow paths stand in the source file.
+// The line of one log record: pure text, no lock. Internal. The fast path is
+// inline, the slow paths are in the source file.
 #ifndef VELLIX_LOGGER_RECORD_H_
 #define VELLIX_LOGGER_RECORD_H_
 
@@ -17,7 +17,7 @@
 
 namespace QuorlBased {
 
-// What a log record tells.
+// The content of a log record.
 struct LogFields {
   const ThreadId& thread_id;
   LogLevel level;
@@ -27,7 +27,7 @@ struct LogFields {
   unsigned int size;
 };
 
-// One log record, complete but for its time.
+// One log record, complete except for its time.
 class LogRecord {
  public:
   // Throws std::bad_alloc, and std::length_error for a line that one Write
@@ -73,8 +73,8 @@ class LogRecord {
     return out + piece.size();
   }
 
-  // The bytes beside the texts. In 64 bits, as all sums with them: two texts
-  // may exceed a 32-bit size.
+  // The bytes other than the texts. In 64 bits, like all sums with them: two
+  // texts may exceed a 32-bit size.
   static uint64_t FixedLength(size_t dumped) {
     return kFixedLength + std::max(3 * dumped, kNull.size());
   }

@@ -1,4 +1,4 @@
-// The texts of a log record. Internal. What every record takes is inline.
+// The texts of a log record. Internal. The fast path is inline.
 #ifndef VELLIX_LOGGER_TEXT_H_
 #define VELLIX_LOGGER_TEXT_H_
 
@@ -7,12 +7,11 @@
 
 namespace QuorlBased {
 
-// A text as it is put into a log record: on one line. Its bytes may change
-// meanwhile, where another process shares them: no write depends on what was
-// read before.
+// A text as written in a log record: on one line. Another thread or process may
+// change its bytes meanwhile: no write depends on what was read before.
 class LogText {
  public:
-  // Null stands as "NULL". `text` must outlive this object.
+  // Null is written as "NULL". `text` must outlive this object.
   explicit LogText(const char* text)
       : text_(text ? text : "NULL"), length_(strlen(text_)) {}
 
@@ -26,8 +25,8 @@ class LogText {
   // Writes at most EscapedLength() characters to `out` and returns the end.
   char* AppendEscaped(char* out) const;
 
-  // Writes Length() characters to `out` and returns the end, or null when the
-  // text needs the escape; also for some texts that do not.
+  // Writes Length() characters to `out` and returns the end; null if the text
+  // needs escapes, and for some texts that do not.
   char* AppendPlain(char* out) const {
     if (length_ < 8) return AppendFew(out);
     const size_t last = length_ - 8;

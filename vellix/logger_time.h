@@ -7,21 +7,20 @@
 
 namespace QuorlBased {
 
-// The text of the second that was rendered last. For one thread at a time.
+// Caches the text of the current second. For one thread at a time.
 class TimeText {
  public:
   // The 24 characters of asctime for `now` in local time. The time zone is
   // looked up when the second changes.
   const char* For(time_t now) { return now == second_ ? text_ : Render(now); }
 
-  // Looks up the offset from UTC, so that it is known to a child that is forked
-  // before the first log record.
+  // Looks up the offset from UTC, so that a child forked before the first log
+  // record knows it.
   void LearnOffset() { For(time(nullptr)); }
 
   // To be called in a forked child, which may inherit a half-written text. With
-  // `had_threads`, one of the parent may have held the C library's lock of the
-  // time zone, which is then never free in the child: the offset that was
-  // learned last stays.
+  // `had_threads`, a thread of the parent may have held the C library's time
+  // zone lock, which then stays locked in the child: the last offset is kept.
   void EnterChild(bool had_threads);
 
  private:

@@ -1,6 +1,6 @@
-// Which process this is: a forked child has another generation than its parent,
-// also one that was forked by _Fork or a bare system call, and before any fork
-// handler has run in it. Internal.
+// Tells processes apart: a forked child has another generation than its parent,
+// even after _Fork or a bare system call, and before any fork handler has run
+// in it. Internal.
 #ifndef VELLIX_PROCESS_GENERATION_H_
 #define VELLIX_PROCESS_GENERATION_H_
 
@@ -15,7 +15,7 @@ extern std::atomic<uint32_t>* gProcessMark;
 // Assigns a new child its generation. Any thread.
 uint32_t NextProcessGeneration();
 
-// Never 0, and never that of a process that this one was forked from.
+// Never 0, and never that of an ancestor.
 inline uint32_t ProcessGeneration() {
   const uint32_t mark = gProcessMark->load(std::memory_order_acquire);
   return mark != 0 ? mark : NextProcessGeneration();

@@ -3,15 +3,15 @@
 //
 // Positions, sizes and the counts of CopyFrom are bytes in 64 bits, signed. One
 // Read or Write moves at most an unsigned 32-bit count. It returns the count as
-// a signed number: for 2 GiB and more it is negative, and for 4 GiB less one
-// byte it is -1. If the position has moved, that was a success. A handle stream
-// never moves that much in one call.
+// a signed number: from 2 GiB on it is negative, and for 4 GiB less one byte it
+// is -1. If the position has moved, that was a success. A handle stream never
+// moves that much in one call.
 //
 // An operation of the interface throws nothing of its own: it returns its
 // failure value and leaves the cause in the calling thread's failure record.
-// What may pass it all the same is in docs/failures.md. A stream holds no lock:
-// it belongs to one thread at a time, or to a caller that serialises it as the
-// logger does.
+// docs/failures.md lists the exceptions that may still leave it. A stream holds
+// no lock: it belongs to one thread at a time, or to a caller that serialises
+// it as the logger does.
 #ifndef VELLIX_QUORL_BASE_STREAMS_H_
 #define VELLIX_QUORL_BASE_STREAMS_H_
 
@@ -57,7 +57,7 @@ class IQuorlStream {
   virtual int64_t CopyFrom(IQuorlStream* source, int64_t count) = 0;
   // Not used by the library.
   virtual bool IsStream() = 0;
-  // Whether the end has been met.
+  // Whether the end has been reached.
   virtual bool Eof() = 0;
   // Destroys the object.
   virtual void Free() = 0;
@@ -74,17 +74,15 @@ class CQuorlStreamImpl : public IQuorlStream {
   int64_t GetPosition() override;
   int64_t SetPosition(int64_t position) override;
 
-  // The size, by a seek to the end and back; -1 when the position cannot be
-  // had.
+  // The size, by a seek to the end and back; -1 if the position is unknown.
   int64_t GetSize() override;
 
   // Changes nothing and returns false.
   bool SetSize(int64_t newSize) override;
 
   // Copies `count` bytes from the position of `source`, or with 0 the whole
-  // source. A Read that returns less than it was asked for is followed by
-  // another one, and so is a Write. A Read or Write of -1 ends the copy with -1
-  // and what it recorded; the bytes copied before stay.
+  // source. Short reads and writes are continued. If a Read or Write returns
+  // -1, so does the copy, with what was recorded; bytes copied before stay.
   //
   // Failure: -1, recorded: kBadArgument "Count can't be less than zero",
   // kNullPointer "Bad pointer", kOutOfMemory "No enough memory" (also for a
@@ -105,9 +103,9 @@ class CQuorlStreamImpl : public IQuorlStream {
   virtual ~CQuorlStreamImpl() noexcept(false);
 };
 
-// A stream over a file handle that someone else opened and closes. Its position
-// is that of the handle, shared with all who use it. Nothing is buffered.
-// Defined in quorl_handle_streams.cpp, as CFileStream and file_open_exp.
+// A stream over a file handle that the caller opens and closes. Its position is
+// that of the handle, shared with all who use it. Nothing is buffered. Defined
+// in quorl_handle_streams.cpp, like CFileStream and file_open_exp.
 class CHandleStream : public CQuorlStreamImpl {
  public:
   // Throws kBadArgument "CHandleStream::CHandleStream: bad file handle" for a
@@ -131,8 +129,8 @@ class CHandleStream : public CQuorlStreamImpl {
   // Moves the position with file_seek.
   int64_t Seek(int64_t offset, SeekOrigin origin) override;
 
-  // Whether a Read has met the end since the last Seek, Write, SetSize,
-  // GetPosition, SetPosition or GetSize. Asks the system nothing.
+  // Whether a Read has reached the end since the last Seek, Write, SetSize,
+  // GetPosition, SetPosition or GetSize. Makes no system call.
   bool Eof() override;
 
   // Leaves the handle open.
@@ -160,29 +158,29 @@ class CFileStream : public CHandleStream {
   ~CFileStream() override;
 };
 
-// file_open that throws its failure, which is recorded and logged as well;
-// what it throws does not depend on what the log has made of the record.
-// Returns the handle, which the caller closes with file_close.
+// Like file_open, but throws its failure, which is also recorded and logged.
+// The log cannot change what is thrown. Returns the handle, which the caller
+// closes with file_close.
 int32_t file_open_exp(const std::string& path, const uint16_t& mode);
 
 // Reading, seeking and saving over one malloc block, which the stream owns and
 // frees. Eof, GetPosition, SetPosition and GetSize seek, so they clear the
 // thread's failure record when they succeed. Defined in
-// quorl_memory_streams.cpp, as CMemoryStream.
+// quorl_memory_streams.cpp, like CMemoryStream.
 class CCustomMemoryStream : public CQuorlStreamImpl {
  public:
   VELLIX_HIDDEN CCustomMemoryStream() = default;
 
-  // The block; null when there is none. Valid until the next change of size.
+  // The block, or null. Valid until the next change of size.
   VELLIX_HIDDEN void* GetMemory() const { return memory_; }
 
   // Hands the stream `block`, which must come from malloc or realloc and hold
-  // `size` bytes. The block that was there is not freed, the position stays:
-  // where it is above `size`, GetPosition and GetSize are -1 until a Seek.
-  // Throws kBadArgument "Size can't be less than zero".
+  // `size` bytes. The old block is not freed. The position stays: if it is
+  // above `size`, GetPosition and GetSize return -1 until a Seek. Throws
+  // kBadArgument "Size can't be less than zero".
   void SetPointer(void* block, int64_t size);
 
-  // Copies up to `count` bytes from the position on; 0 at the end is no
+  // Copies up to `count` bytes from the position on; 0 at the end is not a
   // failure. `buffer` may lie in the block.
   //
   // Failure: -1, recorded: kNullPointer "Bad pointer", kEndOfData "self Buffer
@@ -190,7 +188,7 @@ class CCustomMemoryStream : public CQuorlStreamImpl {
   // negative position. Clears the record first.
   int32_t Read(void* buffer, uint32_t count) override;
 
-  // Moves the position. One up to the size is good, a negative one too.
+  // Moves the position to at most the size; a negative position is accepted.
   //
   // Failure: -1, recorded: kGeneralFailure "Unexpected error" for an unknown
   // origin and for a position below INT64_MIN, kEndOfData "Position can't large
@@ -219,13 +217,12 @@ class CCustomMemoryStream : public CQuorlStreamImpl {
   void* memory_ = nullptr;  // the block, or null
   int64_t size_ = 0;        // bytes of content
   int64_t position_ = 0;    // where the next Read or Write begins
-  // The block came from SetPointer: how much more than the size it holds is not
-  // known.
+  // The block came from SetPointer: its capacity beyond the size is unknown.
   bool handed_in_ = false;
 };
 
-// A memory block that grows as it is written, in steps of 8192 bytes. What a
-// growth adds is not initialised.
+// A memory block that grows as it is written, in steps of 8192 bytes. Added
+// bytes are not initialised.
 class CMemoryStream : public CCustomMemoryStream {
  public:
   VELLIX_HIDDEN CMemoryStream() = default;
@@ -234,10 +231,10 @@ class CMemoryStream : public CCustomMemoryStream {
   VELLIX_HIDDEN int64_t GetCapacity() const { return capacity_; }
 
   // Brings the block to `newCapacity` bytes as Realloc rounds them; must not go
-  // below the size. When Realloc returns null: throws its failure, which is
-  // recorded as well, or what an override has put into the failure record, or
-  // kOutOfMemory "No enough memory" if that is nothing; the stream is then
-  // unchanged. Clears the record first.
+  // below the size. If Realloc returns null, throws its failure, which is also
+  // recorded; or what an override has put into the failure record; or else
+  // kOutOfMemory "No enough memory". The stream is then unchanged. Clears the
+  // record first.
   void SetCapacity(int64_t newCapacity);
 
   // Empties the stream and frees the block. Throws what SetCapacity throws.
@@ -265,22 +262,22 @@ class CMemoryStream : public CCustomMemoryStream {
   //
   // Failure: false, recorded: kNullPointer "Bad pointer", kNoData "Soure Stream
   // is empty", what CopyFrom recorded, or what an override of SetSize or
-  // Realloc recorded that left the size above the source's. Success clears the
-  // record.
+  // Realloc recorded when it left the size above the source's. Success clears
+  // the record.
   bool LoadFromStream(IQuorlStream* source);
 
   // LoadFromStream from the file `path`. Failure: false, recorded by the open
-  // or by LoadFromStream. A close that fails is recorded only: the data are
-  // there. Clears the record first.
+  // or by LoadFromStream. A failed close is only recorded: the data are there.
+  // Clears the record first.
   bool LoadFromFile(const std::string& path);
 
   // Frees the block, which clears the thread's failure record.
   ~CMemoryStream() override;
 
-  // The allocation policy: returns the block for `newCapacity` bytes and stores
-  // there what it rounded them up to, a multiple of 8192 unless the request is
-  // 0 or equals the size. Null for 0, with the block freed. SetCapacity is its
-  // only caller; a class that overrides it changes every growth of the stream.
+  // The allocation policy: returns a block for `newCapacity` bytes. Rounds
+  // `newCapacity` up to a multiple of 8192 unless it is 0 or equals the size.
+  // For 0 it frees the block and returns null. Only SetCapacity calls it; an
+  // override controls every growth of the stream.
   //
   // The block of an override must come from malloc or realloc and hold
   // `newCapacity` bytes; the destructor frees it without the override. Null for

@@ -1,4 +1,4 @@
-// What the stream files share.
+// Shared by the stream files.
 #ifndef VELLIX_QUORL_STREAMS_INTERNAL_H_
 #define VELLIX_QUORL_STREAMS_INTERNAL_H_
 
@@ -18,9 +18,9 @@ inline void PutBack(const CBaseException& failure) {
                                     source);
 }
 
-// Runs `body`, the last work of a stream, in its destructor. Holds cancellation
-// off, and keeps back the std::bad_alloc of a guard that has no memory to
-// record a failure: it would end the process while another exception passes.
+// Runs `body` in a stream's destructor. Disables cancellation, and drops the
+// std::bad_alloc of a guard without memory to record a failure: during
+// unwinding it would end the process.
 template <typename Body>
 void EndStream(Body body) {
   const CancellationHold hold;

@@ -1,5 +1,4 @@
-// Reads the lines of a log back: from text to fields, by the rule of
-// docs/log-readers.md.
+// Splits log lines into fields, by the rule of docs/log-readers.md.
 //
 //   std::string_view line;
 //   while (vellix::TakeLine(log, line)) {
@@ -8,7 +7,7 @@
 //   }
 //
 // Header-only, needs nothing at link time. No function allocates, throws or
-// takes longer than one pass or two over its text. Any thread.
+// takes more than two passes over its text. Any thread, and signal handlers.
 #ifndef VELLIX_RECORD_H_
 #define VELLIX_RECORD_H_
 
@@ -22,8 +21,7 @@
 #pragma GCC visibility push(hidden)
 namespace vellix {
 
-// The fields of a log record as they stand in its line, which they point
-// into.
+// The fields of a log record. They point into its line.
 struct Record {
   std::string_view time;    // 24 characters, local time
   std::string_view thread;  // decimal, signed
@@ -34,8 +32,8 @@ struct Record {
   size_t offset = 0;      // of the record in its line
 };
 
-// Cuts the first line off `log`, up to and with its LF, and puts it into
-// `line`. What follows the last LF is a line too. False at the end.
+// Moves the first line of `log`, including its LF, to `line`. Text after the
+// last LF is a line too. False at the end.
 inline bool TakeLine(std::string_view& log, std::string_view& line) {
   if (log.empty()) return false;
   const size_t end = log.find('\n');
@@ -96,7 +94,7 @@ inline bool TakeLevel(std::string_view& text, QuorlBased::LogLevel& level) {
   return false;
 }
 
-// The fields of known forms, up to where the source begins.
+// The fields of fixed form, up to the source.
 inline bool TakeHead(std::string_view& text, Record& record) {
   return Skip(text, kStart) && IsTime(record.time = Take(text, 24)) &&
          Skip(text, "] [TH=") && TakeThread(text, record.thread) &&
@@ -116,7 +114,7 @@ inline bool IsData(std::string_view text) {
   return true;
 }
 
-// Cuts the data field off `line`, whose end may have its CR LF or not.
+// Cuts the data field off `line`, which may end in CR LF or not.
 inline bool TakeData(std::string_view& line, std::string_view& data) {
   for (const char end : {'\n', '\r', ']'}) {
     if (!line.empty() && line.back() == end) {
@@ -146,17 +144,17 @@ inline bool ReadAt(std::string_view line, size_t at, Record& record) {
 
 }  // namespace record_rule
 
-// The record of `line`, with or without its CR LF; none when there is no
-// whole one.
+// The record in `line`, with or without its CR LF; none if there is no whole
+// one.
 //
-// A record that follows the rest of a torn one on the same line is found when
-// the torn one broke off before its message. When it broke off later, the
-// line reads as one record, whose message holds the second: nothing tells it
-// from a message that was logged so. See ReadLastRecord.
+// If a torn record precedes it on the line, a record is found if the torn one
+// broke off before its message. If that broke off later, the line reads as one
+// record whose message holds the second: it could have been logged so. See
+// ReadLastRecord.
 inline std::optional<Record> ReadRecord(std::string_view line) {
   Record record;
   if (!record_rule::TakeData(line, record.data)) return {};
-  // A record that begins behind the last start of a message is none.
+  // A record cannot begin after the last start of a message.
   const size_t last = line.rfind(record_rule::kMessage);
   if (last == std::string_view::npos) return {};
   for (size_t at = 0; (at = line.find(record_rule::kStart, at)) < last; ++at) {
@@ -166,9 +164,9 @@ inline std::optional<Record> ReadRecord(std::string_view line) {
 }
 
 // The record that begins last in `line`: "two" of "[TM=…] … [MG=one[TM=…] …
-// [MG=two] [BN=NULL]". For a log with torn lines in its middle, as a disk
-// that was full leaves them with SetLogFile. A message can pretend to be such
-// a record, so not for a log in which anyone else's text stands.
+// [MG=two] [BN=NULL]". For a log with torn lines in its middle, as SetLogFile
+// leaves them on a full disk. A message can imitate such a record, so not for a
+// log with untrusted texts.
 inline std::optional<Record> ReadLastRecord(std::string_view line) {
   Record record;
   if (!record_rule::TakeData(line, record.data)) return {};

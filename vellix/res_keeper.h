@@ -10,7 +10,7 @@
 namespace QuorlBased {
 
 // The owner of one block. It frees the block on every way out of the scope,
-// unless Release handed it to the caller. For one thread at a time.
+// unless Release passed it to the caller. For one thread at a time.
 class ResKeeper {
  public:
   VELLIX_HIDDEN ResKeeper() = default;
@@ -28,13 +28,12 @@ class ResKeeper {
   // leaves the keeper as it was; a block held before is freed.
   void Attach(void* block);
 
-  // Brings the block to `bytes`, keeping what fits, and returns the block; it
-  // may have moved. For 0 bytes it still holds a block. Throws
-  // kOutOfMemory "No enough memory"; the old block is then still allocated and
-  // no longer the keeper's.
+  // Resizes the block to `bytes` and returns it; it may have moved. For 0 bytes
+  // it still holds a block. Throws kOutOfMemory "No enough memory"; the old
+  // block is then still allocated and no longer the keeper's.
   void* Realloc(uint64_t bytes);
 
-  // Hands the block to the caller, who frees it; null if there is none.
+  // Passes the block to the caller, who frees it; null if there is none.
   void* Release();
 
   // The block, which stays the keeper's; null if there is none.

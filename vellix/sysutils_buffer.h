@@ -1,6 +1,6 @@
-// A byte queue: data go in at the back or at the front and come out at the
-// front, in portions of any size. Each push copies its bytes into a block, in
-// which they stay until they are popped.
+// A byte queue: data go in at the back or front and come out at the front, in
+// portions of any size. Each push copies its bytes into a block, which holds
+// them until they are popped.
 #ifndef VELLIX_SYSUTILS_BUFFER_H_
 #define VELLIX_SYSUTILS_BUFFER_H_
 
@@ -8,10 +8,10 @@
 
 namespace QuorlBased {
 
-// The byte queue. With a lock each operation is atomic with regard to the
-// others, on any thread; without one the object belongs to one thread at a
-// time. Only the constructor and the pushes can fail. Nothing here touches the
-// thread's failure record.
+// The byte queue. With a lock it may be used from any thread, and each
+// operation is atomic; without one it is for one thread at a time. Only the
+// constructor and the pushes can fail. Nothing here touches the thread's
+// failure record.
 class CDataBuffer2 {
  public:
   // One push. A node in the queue has bytes left: `offset` is below `length`.
@@ -27,21 +27,21 @@ class CDataBuffer2 {
   CDataBuffer2(const CDataBuffer2&) = delete;
   CDataBuffer2& operator=(const CDataBuffer2&) = delete;
 
-  // Frees the bytes left. No other thread may still be in the object.
+  // Frees the remaining bytes. No other thread may still use the object.
   ~CDataBuffer2();
 
-  // Adds a copy of `size` bytes of `data` behind all others. Nothing happens
-  // for a `size` of 0 and for null.
+  // Appends a copy of `size` bytes of `data`. Does nothing for a `size` of 0
+  // and for null.
   //
   // Failure: throws kOutOfMemory "No enough memory", or std::bad_alloc when the
   // queue cannot grow; the buffer is then unchanged and not locked.
   void Push(const void* data, unsigned long size);
 
-  // Push ahead of all others, also ahead of what a Pop left of a block.
+  // Like Push, but in front of all others, even of a partly popped block.
   void PushFront(const void* data, unsigned long size);
 
-  // Takes up to `size` bytes from the front to `dest`, or drops them for a null
-  // `dest`. Returns the bytes taken: fewer than `size` when the buffer ran
+  // Moves up to `size` bytes from the front to `dest`, or drops them if `dest`
+  // is null. Returns the number of bytes: fewer than `size` if the buffer ran
   // empty.
   unsigned long Pop(void* dest, unsigned long size);
 

@@ -1,4 +1,4 @@
-// The child of a CQuorlBasedProcess: how it is started, reached and collected.
+// The child of a CQuorlBasedProcess: starting, signalling and collecting it.
 // Internal.
 #ifndef VELLIX_SYSUTILS_CHILD_H_
 #define VELLIX_SYSUTILS_CHILD_H_
@@ -13,9 +13,9 @@
 
 namespace QuorlBased {
 
-// What a child is to execute, prepared before the fork. The child inherits
-// locks that other threads of the host may hold, the heap's among them: it may
-// call only what is safe in a signal handler.
+// What a child executes, prepared before the fork. The child inherits locks
+// that other threads of the host may hold, even the heap's: it may call only
+// what is safe in a signal handler.
 class Program {
  public:
   explicit Program(const std::string& command_line);
@@ -33,9 +33,9 @@ class Program {
   std::vector<char*> pointers_;  // into arguments_, null at the end
 };
 
-// A child, or none. It is reached through a descriptor of the process where the
-// system has such descriptors: the id of a child that ended may be given to
-// another process, at once where the host ignores SIGCHLD.
+// A child, or none. Uses a process descriptor if the system has them: the id of
+// a child that has ended may be reused, immediately if the host ignores
+// SIGCHLD.
 class ChildHandle {
  public:
   ChildHandle() = default;
@@ -46,11 +46,11 @@ class ChildHandle {
   // The child `id`, which was just forked.
   explicit ChildHandle(pid_t id);
 
-  // Exchanges what two handles reach.
+  // Swaps the children of two handles.
   void Swap(ChildHandle& other);
 
-  // Waits, for a second at the most, until the child has stopped itself or has
-  // ended. Polls; a cancellation point.
+  // Waits at most a second until the child has stopped itself or ended. Polls;
+  // a cancellation point.
   void AwaitStop();
 
   // Sends a signal. Returns what kill(2) returns, -1 and ESRCH without a child.

@@ -1,9 +1,8 @@
 // The process's environment, and modules loaded at run time. Both belong to the
 // whole process. Any thread may call these, but the system does not guard the
 // environment: a change on one thread while another reads or changes it may end
-// the process. The readers are not only these functions: the C library reads TZ
-// whenever it looks up the time zone, and so does the logger, once in each
-// second in which it writes.
+// the process. Others read it too: the C library reads TZ whenever it looks up
+// the time zone, which the logger does once in each second in which it writes.
 #ifndef VELLIX_SYSUTILS_ENV_H_
 #define VELLIX_SYSUTILS_ENV_H_
 
@@ -11,15 +10,14 @@
 
 namespace QuorlBased {
 
-// Puts the text of the variable `name` into `value`; true also when it is set
-// to the empty text.
+// Stores the value of the variable `name` in `value`; true even if it is empty.
 //
 // Failure: false, recorded, `value` as it was: kNotFound
-// "get_environment_variable error: errno: …" when it is not set; the number is
+// "get_environment_variable error: errno: …" if it is not set; the number is
 // what errno held before. Success leaves the record as it was.
 bool get_environment_variable(const std::string& name, std::string& value);
 
-// Sets the variable `name`, replacing what it had.
+// Sets or replaces the variable `name`.
 //
 // Failure: false, recorded: kGeneralFailure "set_environment_variable error:
 // errno: …", such as for a name that is empty or holds "=". Success clears the
@@ -27,22 +25,22 @@ bool get_environment_variable(const std::string& name, std::string& value);
 bool set_environment_variable(const std::string& name,
                               const std::string& value);
 
-// Removes the variable `name`. True, and the record is cleared, also when there
-// is none and for a name that is empty or holds "=".
+// Removes the variable `name`. Returns true and clears the record, even if
+// there is no such variable and for a name that is empty or holds "=".
 //
-// Failure: false, recorded: kStandardException, when there was no memory for
-// the failure record. The variable is then still there.
+// Failure: false, recorded: kStandardException, if there was no memory for the
+// failure record. The variable is then still set.
 bool delete_environment_variable(const std::string& name);
 
-// Adds the directory `dir` at the end of LD_LIBRARY_PATH, unless it is an entry
-// already, byte for byte. An unset variable becomes ":dir". The loader reads
-// the variable when a process starts, so this is for child processes.
+// Appends the directory `dir` to LD_LIBRARY_PATH unless the same text is
+// already an entry. An unset variable becomes ":dir". The loader reads the
+// variable when a process starts, so this is for child processes.
 //
-// Has no result. When this call has changed the variable, the record is
-// cleared; when `dir` was an entry already, or the change failed, it holds what
+// Has no result. If it changed the variable, the record is cleared; if `dir`
+// was already an entry, or the change failed, the record holds what
 // get_environment_variable or set_environment_variable left. A variable that
-// cannot be read for want of memory stays as it is. std::bad_alloc and what a
-// log target throws pass; nothing is set then.
+// cannot be read for lack of memory stays unchanged. May throw std::bad_alloc
+// and what a log target throws; nothing is set then.
 void dll_set_load_path(const std::string& dir);
 
 // Loads the module `filename` with lazy binding (dlopen); null for the running

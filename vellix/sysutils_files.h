@@ -1,12 +1,12 @@
-// Files on integer handles: nine calls over the system's own.
+// Files by integer handles: nine thin wrappers of system calls.
 //
-// A handle is the system's file descriptor. Nothing is buffered or retried. A
-// failure ends in the calling thread's failure record, and the function returns
-// its failure value. Look at the value first: some successes leave an older
-// failure in the record. These functions throw nothing of their own; a log
-// target's exception, std::bad_alloc and cancellation may pass. The messages
-// name no path: the caller logs it. All may be called from any thread, also on
-// one handle, whose position is then shared.
+// A handle is the system's file descriptor. Nothing is buffered or retried. On
+// failure a function stores the reason in the calling thread's failure record
+// and returns its failure value. Check the value first: some successes leave an
+// older failure in the record. These functions throw nothing of their own; a
+// log target's exception, std::bad_alloc and cancellation may leave them. The
+// messages name no path: the caller logs it. All may be called from any thread,
+// even on one handle, whose position is then shared.
 #ifndef VELLIX_SYSUTILS_FILES_H_
 #define VELLIX_SYSUTILS_FILES_H_
 
@@ -15,16 +15,16 @@
 
 namespace QuorlBased {
 
-// The access modes of file_open. Of every word but kCreateFile only the low two
-// bits count.
+// The access modes of file_open. Except in kCreateFile, only the low two bits
+// count.
 constexpr uint16_t kOpenRead = 0;         // an existing file, to read only
 constexpr uint16_t kOpenWrite = 1;        // an existing file, to write only
 constexpr uint16_t kOpenReadWrite = 2;    // an existing file, for both
 constexpr uint16_t kCreateFile = 0xFFFF;  // a new or emptied file, for both
 
-// Creates the file `name`, or empties the one that is there, and opens it for
-// reading and writing. Permissions are 0666 less the process's umask. Returns
-// the handle, which the caller closes with file_close. A cancellation point.
+// Creates the file `name`, or empties an existing one, and opens it for reading
+// and writing. Permissions are 0666 less the process's umask. Returns the
+// handle, which the caller closes with file_close. A cancellation point.
 //
 // Failure: -1, recorded: kBadArgument "filename can't be empty", kFileFailure
 // "file_create error: errno: …". Success leaves the record as it was.
@@ -39,9 +39,9 @@ int32_t file_create(const std::string& name);
 // record, except with kCreateFile.
 int32_t file_open(const std::string& name, uint16_t mode);
 
-// Closes the handle. A cancellation point: a thread that is cancelled here
-// leaves it open. Failure: recorded only, kFileFailure "file_close error:
-// errno: …". Success clears the record.
+// Closes the handle. A cancellation point: a thread cancelled here leaves it
+// open. Failure: recorded only, kFileFailure "file_close error: errno: …".
+// Success clears the record.
 void file_close(int32_t handle);
 
 // Moves the handle's position to `offset` bytes from the start (`origin` 0),
@@ -68,8 +68,8 @@ int32_t file_read(int32_t handle, void* buffer, uint32_t count);
 // error: errno: …". Success leaves the record as it was.
 int32_t file_write(int32_t handle, const void* buffer, uint32_t count);
 
-// Makes the file end at the handle's position, shorter or longer; the position
-// stays.
+// Makes the file end at the handle's position, which may shorten or extend it;
+// the position stays.
 //
 // Failure: false, recorded: kFileFailure "file_set_current_end: errno: …".
 // Success leaves the record as it was.
@@ -79,9 +79,9 @@ bool file_set_current_end(int32_t handle);
 // "file_delete error: errno: …". Success clears the record.
 bool file_delete(const std::string& name);
 
-// Renames a file; a file that has the new name is replaced. Not across file
-// systems. Failure: false, recorded: kFileFailure "move_file error: errno: …".
-// Success leaves the record as it was.
+// Renames a file, replacing any file of the new name. Not across file systems.
+// Failure: false, recorded: kFileFailure "move_file error: errno: …". Success
+// leaves the record as it was.
 bool move_file(const std::string& old_name, const std::string& new_name);
 
 }  // namespace QuorlBased

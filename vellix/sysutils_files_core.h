@@ -1,6 +1,5 @@
-// The work of the file functions that other toolkit code needs the outcome of.
-// It fails by throwing; the functions of sysutils_files.h are guards around it.
-// Defined in sysutils_files.cpp.
+// The throwing cores of file functions, for other toolkit code. The functions
+// of sysutils_files.h are guards around them. Defined in sysutils_files.cpp.
 #ifndef VELLIX_SYSUTILS_FILES_CORE_H_
 #define VELLIX_SYSUTILS_FILES_CORE_H_
 
@@ -13,7 +12,7 @@ int32_t OpenFile(const std::string& name, uint16_t mode);
 
 void CloseFile(int32_t handle);
 
-// Sets `met_end`, if it is not null, when there was nothing left to read.
+// Sets `*met_end`, unless null, if nothing was left to read.
 int32_t ReadSome(int32_t handle, void* buffer, uint32_t count, bool* met_end);
 
 void SetCurrentEnd(int32_t handle);

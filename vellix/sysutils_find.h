@@ -1,5 +1,5 @@
-// A search over one directory, flat, in the order in which the system delivers
-// the entries:
+// A search in one directory, not recursive, in the order in which the system
+// returns the entries:
 //
 //   find_data* found = find_first("/var/log", "*.log");  // throws if none
 //   do {
@@ -26,10 +26,10 @@ struct find_data {
 };
 
 // Opens the directory `path`, expanded by expand_path (the empty path is the
-// root), and stands on its first entry that StrMatch matches with `pattern`.
+// root), and moves to its first entry that StrMatch matches with `pattern`.
 // Returns the search, never null, which the caller ends with find_close. "."
-// and ".." are skipped only while they are the first matches; find_next
-// delivers them like any other entry.
+// and ".." are skipped only while they are the first matches; find_next returns
+// them like any other entry.
 //
 // Failure: throws and leaves nothing open: kNullPointer "File path or pattern
 // can't not be null"; kGeneralFailure "Can't expand path" or "find_first error:
@@ -39,20 +39,19 @@ struct find_data {
 // thread's failure record stays as it was.
 find_data* find_first(const char* path, const char* pattern);
 
-// Moves on to the next entry that matches. false at the end of the directory,
-// which is recorded as a failure like any other: kGeneralFailure "find_next
-// error: errno: …", with the number that errno held. Also recorded:
-// kNullPointer "Bad pointer". Success leaves the record as it was.
+// Moves to the next matching entry. The end of the directory gives false and is
+// recorded as a failure: kGeneralFailure "find_next error: errno: …", with the
+// number that errno held. Also recorded: kNullPointer "Bad pointer". Success
+// leaves the record as it was.
 bool find_next(find_data* search);
 
 // The expanded directory and the current entry's name. Empty for a null
-// `search` and when it stands on no entry. Leaves the record as it was.
+// `search` and without a current entry. Leaves the record as it was.
 std::string find_get_path(const find_data* search);
 
 // Whether the type of the current entry has the bit of DT_DIR: directories, and
-// also block devices and sockets. false for a type that the system did not
-// tell, for a null `search` and when it stands on no entry. Leaves the record
-// as it was.
+// also block devices and sockets. false if the system does not know the type,
+// for a null `search` and without a current entry. Leaves the record as it was.
 bool find_is_folder(const find_data* search);
 
 // Ends the search; the pointer is invalid afterwards. Null does nothing. Leaves

@@ -1,4 +1,4 @@
-// What the files of the system layer share.
+// Shared by the files of the system layer.
 #ifndef VELLIX_SYSUTILS_INTERNAL_H_
 #define VELLIX_SYSUTILS_INTERNAL_H_
 
@@ -14,11 +14,11 @@ namespace QuorlBased {
 // message, and find the statement by line.
 inline constexpr FailureSource kSysutils("../sysutils");
 
-// The exit code of a thread or child that did not end by returning one.
+// The exit code of a thread or child that returned none.
 constexpr uint32_t kFailedExitCode = 0xFFFFFFFF;
 
-// `bytes` as the size of a text, for sums that may exceed the 32 bits that some
-// systems have for it. Throws std::length_error.
+// `bytes` as the size of a text, for sums that may exceed 32-bit sizes. Throws
+// std::length_error.
 inline size_t StringSize(uint64_t bytes) {
   if (bytes > PTRDIFF_MAX) throw std::length_error("text too long");
   return static_cast<size_t>(bytes);

@@ -2,8 +2,8 @@
 // wait for, and the mutex as an untyped handle.
 //
 // Everything here may be called from any thread. An object must not be
-// destroyed while another thread is inside it. Nothing here touches the calling
-// thread's failure record; what fails by throwing says so.
+// destroyed while another thread uses it. Nothing here touches the calling
+// thread's failure record; functions that throw say so.
 #ifndef VELLIX_SYSUTILS_LOCKS_H_
 #define VELLIX_SYSUTILS_LOCKS_H_
 
@@ -29,10 +29,10 @@ class CXMutex {
   CXMutex& operator=(const CXMutex&) = delete;
   virtual ~CXMutex();
 
-  // Takes the lock; true when it is held. The time-out is in milliseconds and
-  // counts sleeps: `timeout` / 10 + 1 attempts, each failed one followed by a
-  // sleep of 10 ms, the last and that of a `timeout` of 0 too. With
-  // kWaitForever it blocks; with any other time-out it is a cancellation point.
+  // Takes the lock; true on success. The time-out is in milliseconds and counts
+  // sleeps: there are `timeout` / 10 + 1 attempts, and a sleep of 10 ms follows
+  // each failed one, even the last. With kWaitForever it blocks; with any other
+  // time-out it is a cancellation point.
   VELLIX_HIDDEN bool Lock(uint32_t timeout) {
     if (timeout != kWaitForever) return LockPolling(timeout);
     return pthread_mutex_lock(&mutex_) == 0;
@@ -52,8 +52,8 @@ class CXMutex {
   pthread_mutexattr_t attributes_;
 };
 
-// A flag that threads can wait for. With `autoReset` the thread that a Wait
-// lets through clears it, otherwise the event stays set until Reset.
+// A flag that threads can wait for. With `autoReset` a successful Wait clears
+// it, otherwise it stays set until Reset.
 class CXEvent {
  public:
   // Throws kGeneralFailure "pthread_mutex_init: : errno: …" or
@@ -63,13 +63,13 @@ class CXEvent {
   CXEvent& operator=(const CXEvent&) = delete;
   ~CXEvent();
 
-  // True at once when the event is set, else true when it is set within
-  // `timeout` milliseconds and false when it is not. Setting the system's clock
-  // does not change the wait. A cancellation point.
+  // True if the event is set, or gets set within `timeout` milliseconds; else
+  // false. Setting the system's clock does not change the wait. A cancellation
+  // point.
   bool Wait(uint32_t timeout);
 
-  // Sets the event and releases every thread that is in Wait, also with
-  // `autoReset`. Calls before a Wait do not add up.
+  // Sets the event and releases every thread in Wait, even with `autoReset`.
+  // Calls before a Wait do not add up.
   void Set();
 
   // Clears the event; threads in Wait stay there.
@@ -85,14 +85,14 @@ class CXEvent {
   uint64_t sets_ = 0;  // tells a Set from a spurious wake-up
 };
 
-// A CXMutex on the heap as an untyped handle, which the caller passes to
-// delete_critical in the end. Throws what the constructor of CXMutex throws,
-// and std::bad_alloc.
+// A CXMutex on the heap as an untyped handle, which the caller ends with
+// delete_critical. Throws what the constructor of CXMutex throws, and
+// std::bad_alloc.
 void* init_critical();
 
 // Blocks until the calling thread holds the lock; its holder may take it again.
 // Throws kNullPointer "Bad pointer" for null and kGeneralFailure "Unexpected
-// error" when the system's lock fails.
+// error" if the system's lock fails.
 void enter_critical(void* handle);
 
 // Releases one level; does nothing for a thread that does not hold the lock.

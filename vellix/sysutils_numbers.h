@@ -1,5 +1,5 @@
-// Numbers and rectangles: halves packed and taken apart, a search in an array,
-// and the fitting of a picture into an area.
+// Numbers and rectangles: packing and splitting halves, searching an array, and
+// fitting a picture into an area.
 //
 // Pure functions: none fails, and all may be called from any thread.
 #ifndef VELLIX_SYSUTILS_NUMBERS_H_
@@ -37,13 +37,13 @@ double DegToRad(double degrees);
 // null `array`.
 bool QueryInArray(uint32_t value, const uint32_t* array, uint32_t count);
 
-// The largest part of `target` that has the shape of a picture of `width` by
-// `height`, in its middle. The two edges that move are cut to whole numbers
-// toward zero. What remains of `target` goes into the bars: left and right of
-// the picture when that is too tall for the full width, else above and below.
+// The largest centred part of `target` with the aspect ratio of a picture of
+// `width` by `height`. The two edges that move are truncated to whole numbers.
+// The rest of `target` goes into the bars: left and right if the picture is too
+// tall for the full width, else above and below.
 //
-// For a `width` or `height` of 0 it returns `target` and leaves the bars as
-// they were.
+// For a `width` or `height` of 0 it returns `target` and leaves the bars
+// unchanged.
 rect_t scaleToAspect(rect_t target, uint32_t width, uint32_t height,
                      rect_t& firstBar, rect_t& secondBar);
 

@@ -1,5 +1,4 @@
-// How the cancellation of a thread leaves the frames of its functions.
-// Internal.
+// How a cancelled thread unwinds. Internal.
 #ifndef VELLIX_SYSUTILS_PLATFORM_CANCEL_H_
 #define VELLIX_SYSUTILS_PLATFORM_CANCEL_H_
 
@@ -14,11 +13,11 @@ namespace QuorlBased {
 // process at a `catch (...)`. Nothing throws it.
 struct NoUnwinding {};
 
-// What the unwinding of a cancelled thread is caught as; cmake/Platform.cmake
-// has found it out.
+// The type that catches the unwinding of a cancelled thread;
+// cmake/Platform.cmake detects it.
 using ForcedUnwind = VELLIX_FORCED_UNWIND;
 
-// Keeps the calling thread from being cancelled while it lives.
+// Disables cancellation of the calling thread for a scope.
 class CancellationHold {
  public:
   CancellationHold() {
@@ -32,8 +31,8 @@ class CancellationHold {
   int previous_ = PTHREAD_CANCEL_ENABLE;
 };
 
-// For what holds a lock or catches exceptions across a cancellation point:
-// nothing where cancellation unwinds, else a CancellationHold.
+// For code that holds a lock or catches exceptions across a cancellation point:
+// nothing if cancellation unwinds, else a CancellationHold.
 struct NoHold {};
 using UnwindingHold =
     std::conditional_t<std::is_same_v<ForcedUnwind, NoUnwinding>,

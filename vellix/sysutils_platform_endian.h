@@ -1,6 +1,5 @@
-// Numbers whose bytes lie in memory in a given order: from a number of the
-// system's own order, and back. By what the compiler knows, because <endian.h>
-// is not on every system. Internal.
+// Conversion between native and fixed byte order. By compiler built-ins,
+// because not every system has <endian.h>. Internal.
 #ifndef VELLIX_SYSUTILS_PLATFORM_ENDIAN_H_
 #define VELLIX_SYSUTILS_PLATFORM_ENDIAN_H_
 

@@ -1,5 +1,5 @@
-// How locks, threads and processes of the system layer wait: they look, sleep
-// 10 milliseconds and look again. A time-out counts sleeps, not clock time.
+// Polling for locks, threads and processes of the system layer: check, sleep 10
+// milliseconds, check again. A time-out counts sleeps, not clock time.
 // Internal.
 #ifndef VELLIX_SYSUTILS_POLLING_H_
 #define VELLIX_SYSUTILS_POLLING_H_
@@ -14,10 +14,10 @@ namespace QuorlBased {
 
 constexpr uint32_t kPollMilliseconds = 10;
 
-// The sleep between two looks. A cancellation point.
+// The sleep between two checks. A cancellation point.
 inline void PollPause() { usleep(kPollMilliseconds * 1000); }
 
-// Looks until `ended()` is true or `timeout` milliseconds of sleeps have been
+// Checks until `ended()` is true or `timeout` milliseconds of sleeps have been
 // counted. Returns whether `ended()` was true.
 template <typename Ended>
 bool PollUntil(uint32_t timeout, Ended ended) {

@@ -1,15 +1,15 @@
-// Composing and taking apart text: numbers in and out, formatting, cutting,
-// searching, replacing and splitting.
+// Text functions: number conversion, formatting, cutting, searching, replacing
+// and splitting.
 //
-// A text is bytes with a length. Positions and counts are bytes, the first byte
-// has position 0, and only the 26 ASCII letters have case, except in the two
-// comparisons, which follow the locale. A set of characters is a text of single
-// bytes in any order; it ends at its first NUL, and a NUL is in no set. A null
-// `const char*` counts as the empty text.
+// A text is bytes with a length. Positions and counts are in bytes, the first
+// byte has position 0, and only the 26 ASCII letters have case, except in the
+// two comparisons, which follow the locale. A set of characters is a text of
+// single bytes in any order; it ends at its first NUL and never contains NUL. A
+// null `const char*` counts as the empty text.
 //
 // The functions keep no state, leave the calling thread's failure record as it
-// was, and may be called from any thread. Where there is no memory for a result
-// they throw std::bad_alloc.
+// was, and may be called from any thread. They throw std::bad_alloc if there is
+// no memory for a result.
 #ifndef VELLIX_SYSUTILS_STRINGS_H_
 #define VELLIX_SYSUTILS_STRINGS_H_
 
@@ -25,7 +25,7 @@ namespace QuorlBased {
 
 namespace detail {
 
-// What Format and vformat have in common; callers use those.
+// The common part of Format and vformat; callers use those.
 std::string FormatArguments(const char* fmt, ...);
 
 }  // namespace detail
@@ -35,22 +35,22 @@ std::string IntToStr(int32_t value);
 
 // What scanf's "%d" makes of the beginning of `s`: white space is skipped, a
 // sign is accepted, and what follows the digits is ignored. 0 without a number;
-// what does not fit is the platform's.
+// a value that does not fit gives a platform-dependent result.
 int32_t StrToInt(const std::string& s);
 
-// The value of a text of digits alone, modulo 2^32. 0 for the empty text and
-// for a text with any other byte, a sign and a blank too.
+// The value of a text of digits only, modulo 2^32. 0 for the empty text and for
+// a text with any other byte, including a sign or a blank.
 int32_t ascii_to_integer(const char* s);
 
-// printf into at most 255 characters; a longer text is cut. The empty text when
-// the platform cannot format. As with printf, `args` must fit `fmt`: the
+// printf into at most 255 characters; a longer text is cut. Empty if the
+// platform cannot format it. As with printf, `args` must fit `fmt`: the
 // compiler checks it (-Wformat) where `fmt` is a literal.
 //
 //   Format("%s:%d", file.c_str(), line)  // "conn.cpp:42"
 __attribute__((format(printf, 1, 2))) std::string Format(const char* fmt, ...);
 
-// Format with a format that is put together at run time. An argument that is no
-// number and no pointer does not compile.
+// Format with a format composed at run time. Arguments other than numbers and
+// pointers do not compile.
 template <typename Text, typename... Args,
           typename = std::enable_if_t<
               std::is_convertible_v<const Text&, std::string> &&
@@ -61,19 +61,18 @@ VELLIX_HIDDEN std::string Format(const Text& fmt, Args... args) {
   return detail::FormatArguments(std::string(fmt).c_str(), args...);
 }
 
-// Format for an argument list; what `args` holds afterwards is as after
-// vprintf.
+// Format for an argument list; `args` is afterwards as after vprintf.
 std::string vformat(std::string fmt, va_list args);
 
-// The first or last `n` bytes of `s`, or all of it when it has no more. A part
-// that is cut out ends at its first NUL; a text that is not cut keeps its NULs.
+// The first or last `n` bytes of `s`, or all of it if it is not longer. A part
+// ends at its first NUL; a whole text keeps its NULs.
 //
 // Failure: throws kOutOfMemory "No enough memory", as a CBaseException.
 std::string LeftStr(const std::string& s, uint32_t n);
 std::string RightStr(const std::string& s, uint32_t n);
 
 // At most `n` bytes of `s` from position `pos` on, up to the first NUL there.
-// Empty when `pos` is at the end or beyond it; 0xFFFFFFFF bytes are the rest.
+// Empty if `pos` is at or beyond the end; `n` of 0xFFFFFFFF takes the rest.
 //
 // Failure: throws kOutOfMemory "No enough memory", as a CBaseException.
 std::string SubStr(const std::string& s, uint32_t pos, uint32_t n);
@@ -87,34 +86,33 @@ std::string TrimRight(const std::string& s, const std::string& set = " \r\n");
 // `s` up to its first NUL, without the bytes of `set` at both ends.
 std::string Trim(const std::string& s, const std::string& set = " \r\n");
 
-// The position in `s` of the first `pattern` that begins at `start` or behind
-// it; -1 if there is none, and for an empty pattern. NULs are bytes like any
-// other.
+// The position in `s` of the first `pattern` that begins at or after `start`;
+// -1 if there is none, and for an empty pattern. NULs are bytes like any other.
 //
 //   StrPos("abcabc", 2, "bc")  // 4
 int32_t StrPos(const std::string& s, uint32_t start,
                const std::string& pattern);
 
-// The position in `s` of the last `pattern` that begins at `start` or before
-// it; it may reach past `start`. -1 if there is none, and for an empty pattern.
-// From 0xFFFFFFFF the whole text is searched.
+// The position in `s` of the last `pattern` that begins at or before `start`;
+// it may reach past `start`. -1 if there is none, and for an empty pattern. A
+// `start` of 0xFFFFFFFF searches the whole text.
 int32_t StrRPos(const std::string& s, uint32_t start,
                 const std::string& pattern);
 
-// `s` with every `from` replaced by `to`, from left to right in one pass: what
-// `to` brings in is not searched again. What follows the last `from` ends at
+// `s` with every `from` replaced by `to`, from left to right in one pass:
+// replaced text is not searched again. The text after the last `from` ends at
 // its first NUL; without any `from` the result is `s` up to its first NUL. With
 // an empty `from` it is all of `s`.
 std::string StrReplace(const std::string& s, const std::string& from,
                        const std::string& to);
 
-// The pieces of `s`, up to its first NUL, that stand between bytes of `seps`,
-// in order. There are no empty pieces.
+// The pieces of `s`, up to its first NUL, between bytes of `seps`, in order.
+// Empty pieces are left out.
 //
 //   StrSplit("a,,b", ",")  // "a", "b"
 std::list<std::string> StrSplit(const std::string& s, const std::string& seps);
 
-// A copy of `s` with the ASCII letters up to its first NUL in the one case.
+// A copy of `s` with the ASCII letters up to its first NUL converted.
 std::string LowerCase(const std::string& s);
 std::string UpperCase(const std::string& s);
 

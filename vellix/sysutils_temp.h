@@ -1,7 +1,7 @@
 // Names for temporary files.
 //
-// An object is for one thread at a time. It makes and opens no file: the name
-// was free when it was made and is not reserved.
+// An object is for one thread at a time. It creates and opens no file: the name
+// was unused when it was made and is not reserved.
 #ifndef VELLIX_SYSUTILS_TEMP_H_
 #define VELLIX_SYSUTILS_TEMP_H_
 
@@ -16,15 +16,16 @@ namespace QuorlBased {
 // record.
 class CTmpFile {
  public:
-  // Gets its name from CreateTempFile and throws what that throws.
+  // Gets its name from CreateTempFile and throws what that throws. A
+  // cancellation point, like the next one and CreateTempFile.
   //
   // The type of the second argument chooses the constructor: a literal there is
   // a name, so an extension must be a std::string.
   CTmpFile(const std::string& directory, const std::string& extension);
 
-  // A new name in the system's temporary directory. With `name` not null, the
-  // expanded directory, `name` and the made-up name's extension: all objects
-  // with the same two arguments then have the same name.
+  // A new name in the system's temporary directory. If `name` is not null, it
+  // replaces the part before the extension, and the directory is expanded: all
+  // objects with the same two arguments then have the same name.
   //
   //   CTmpFile report(".txt", "report");  ->  "/tmp/report.txt"
   //
@@ -35,13 +36,13 @@ class CTmpFile {
   CTmpFile& operator=(const CTmpFile&) = delete;
 
   // Removes the file if it is owned; a relative name is looked up in the
-  // directory that is current then. No failure of that is reported.
+  // current directory of that time. A failure is not reported.
   virtual ~CTmpFile();
 
-  // A name that is free: `directory`, "tmpf" with 80 random bits in letters and
-  // digits, and `extension` unchanged, which carries its own dot. For an empty
-  // `directory` it is TMPDIR, or the platform's where that is no directory.
-  // With a relative directory the name is relative.
+  // An unused name: `directory`, "tmpf" with 80 random bits as letters and
+  // digits, and `extension`, which includes the dot. An empty `directory` means
+  // TMPDIR, or the platform's default if that is not a directory. With a
+  // relative directory the name is relative.
   //
   // Failure: throws kGeneralFailure "Unexpected error" for a missing directory,
   // without random bytes, and when no name is free or can be looked up.

@@ -1,6 +1,6 @@
 // FdTarget: a log target over an open descriptor, such as standard output, a
-// pipe or a socket. What all targets that write to the system do is here.
-// Header-only, needs nothing at link time.
+// pipe or a socket. FileTarget is based on it. Header-only, needs nothing at
+// link time.
 #ifndef VELLIX_TARGET_FD_H_
 #define VELLIX_TARGET_FD_H_
 
@@ -27,24 +27,22 @@ namespace vellix {
 
 // Writes log records to a descriptor.
 //
-// - A write that a signal interrupts is repeated, one that was cut is finished.
-// - A slow reader is waited for. A non-blocking descriptor that takes nothing
-//   is waited for up to `patience`; the records that follow do not wait until
-//   one of them went through.
-// - A record that could not be written, or not all of it, is counted. Before
-//   the first one that can be, the target ends the line that was cut and writes
-//   "12 records lost: No space left on device" as a record of its own, level
-//   WARN, source "log", in the format of the record that follows: that of the
-//   log, or JsonTarget's.
-// - No SIGPIPE and no SIGXFSZ reaches the host.
-// - errno and the thread's failure record stay as they were. Nothing throws.
-// - A forked child can log on, also when a thread of the parent was inside
-//   Write. It does not report what its parent lost.
+// - An interrupted write is repeated, a short one finished.
+// - It waits for a slow reader. For a non-blocking descriptor it waits up to
+//   `patience`; after a loss, records do not wait until one succeeds.
+// - A record that could not be written as a whole is counted. Before the next
+//   one that can be, the target ends the torn line and writes "12 records lost:
+//   No space left on device" as a record of its own, level WARN, source "log",
+//   in the same format, the log's or JsonTarget's.
+// - Neither SIGPIPE nor SIGXFSZ reaches the host.
+// - errno and the thread's failure record are unchanged. Nothing throws.
+// - A forked child can log, even if a thread of the parent was inside Write. It
+//   does not report what its parent lost.
 // - A thread that is cancelled inside Write leaves a whole record or none.
 class FdTarget : public Target {
  public:
-  // Writes to `fd`, which stays the caller's, open, and of the kind that it is
-  // now.
+  // Writes to `fd`. The caller keeps it, leaves it open and does not redirect
+  // it to another kind of file.
   explicit FdTarget(int fd, std::chrono::milliseconds patience =
                                 std::chrono::milliseconds(1000))
       : patience_(std::min<std::chrono::milliseconds>(
@@ -53,8 +51,8 @@ class FdTarget : public Target {
     Use(fd);
   }
 
-  // Writes one log record. `count` when all of it is with the system, or all
-  // but the end of its line; -1 when it was counted as lost.
+  // Writes one log record. Returns `count` if the system has all of it, or all
+  // but its line end; -1 if it was counted as lost.
   int32_t Write(const void* buffer, uint32_t count) override {
     if (!buffer) return -1;
     const std::string_view line(static_cast<const char*>(buffer), count);
@@ -62,32 +60,32 @@ class FdTarget : public Target {
     return WriteLine(line) ? static_cast<int32_t>(count) : -1;
   }
 
-  // Records lost so far, those that were reported included. Any thread.
+  // Records lost so far, including those already reported. Any thread, and
+  // signal handlers.
   size_t Lost() const { return lost_.load(std::memory_order_relaxed); }
 
  protected:
   FdTarget() : FdTarget(-1) {}  // Use follows
 
-  // Whether the line so far, of which a part is missing, has its end all the
-  // same: someone emptied the file, or ended the line.
+  // Whether the torn line was ended or removed meanwhile by someone else.
   virtual bool LineHasItsEnd() { return false; }
 
-  // Whether a write that failed with `error` may go better now.
+  // Whether a write that failed with `error` may succeed now.
   virtual bool Mend(int /*error*/) { return false; }
 
-  // Writes `line` after what is due before it. False when it was counted as
+  // Writes `line` after anything due before it. False if it was counted as
   // lost.
   bool WriteLine(std::string_view line) {
     return (behind_ ? CatchUp(line) : Append(line)) || Lose();
   }
 
-  // What is to be written before the next line, or "".
+  // Sets what to write before the next line, or "".
   void EndLineWith(const char* end) {
     line_end_ = end;
     if (*end) behind_ = true;
   }
 
-  // Ends the line that was cut. False when that fails.
+  // Ends the torn line. False if that fails.
   bool EndLine() {
     if (*line_end_ && LineHasItsEnd()) line_end_ = "";
     const std::string_view end = line_end_;
@@ -104,14 +102,14 @@ class FdTarget : public Target {
     rlimit limit{};
     fstat(fd, &status);
     is_socket_ = S_ISSOCK(status.st_mode);
-    // A device raises no signal, and a file only when its size is limited.
+    // A device raises no signal, and a file only if its size is limited.
     const bool is_unlimited_file = S_ISREG(status.st_mode) &&
                                    getrlimit(RLIMIT_FSIZE, &limit) == 0 &&
                                    limit.rlim_cur == RLIM_INFINITY;
     is_plain_ = S_ISCHR(status.st_mode) || is_unlimited_file;
   }
 
-  int fd_ = -1;  // the descriptor, which a derived class may own
+  int fd_ = -1;  // a derived class may own it
 
  private:
   using Clock = std::chrono::steady_clock;
@@ -123,20 +121,21 @@ class FdTarget : public Target {
     if (is_socket_) return send(fd_, text.data(), text.size(), MSG_NOSIGNAL);
     WriteSignalScope signals;
     const ssize_t written = write(fd_, text.data(), text.size());
-    // A pipe whose reader leaves in between raises it for a part, too.
+    // A pipe whose reader leaves during the write raises it for a short write
+    // too.
     if (written != static_cast<ssize_t>(text.size())) signals.Failed();
     return written;
   }
 
-  // Appends all of `text`, or all but the end of its line, which is then
-  // written before the next one.
+  // Appends all of `text`, or all but its line end, which is then written
+  // before the next line.
   bool Append(std::string_view text) {
     const ssize_t written = WriteSome(text);
     if (written == static_cast<ssize_t>(text.size())) return true;
     return LeaveCut(text, Finish(text, written));
   }
 
-  // Goes on after a first write of `text`. Returns the bytes written in all.
+  // Continues after a first write of `text`. Returns the total bytes written.
   __attribute__((noinline)) size_t Finish(const std::string_view text,
                                           ssize_t written) {
     const CancellationScope hold;
@@ -157,8 +156,8 @@ class FdTarget : public Target {
     return text.size() - rest.size();
   }
 
-  // Of `text` the first `done` bytes are written. Whether the line is whole but
-  // for its end, at the least.
+  // Notes that only the first `done` bytes of `text` are written. Whether at
+  // most the line end is missing.
   bool LeaveCut(std::string_view text, size_t done) {
     const std::string_view rest = text.substr(done);
     if (rest.empty()) return true;
@@ -173,8 +172,8 @@ class FdTarget : public Target {
     return is_end;
   }
 
-  // Waits until the descriptor takes something, or for the rest of the
-  // patience that this line has.
+  // Waits until the descriptor accepts data, at most for the rest of this
+  // line's patience.
   bool WaitForRoom(Clock::time_point& deadline) const {
     if (deadline == Clock::time_point{}) {
       const bool losing = Lost() != reported_;
@@ -191,7 +190,7 @@ class FdTarget : public Target {
     }
   }
 
-  // In a forked child: what the parent lost is the parent's to report.
+  // In a forked child: the parent reports what it lost.
   void ForgetLossOfParent() {
     if (process_ == getpid()) return;
     process_ = getpid();
@@ -206,7 +205,7 @@ class FdTarget : public Target {
     return false;
   }
 
-  // Ends the line that was cut, reports what was lost and writes `next`.
+  // Ends the torn line, reports the loss and writes `next`.
   __attribute__((noinline)) bool CatchUp(std::string_view next) {
     const CancellationScope hold;
     if (!EndLine()) return false;
@@ -217,8 +216,8 @@ class FdTarget : public Target {
     if (report == 0) lost = 0;
     std::string_view text = next;
     if (report + next.size() <= sizeof room) {
-      // In one write, or a pipe that has no room for the record would fill up
-      // with reports.
+      // In one write: a pipe without room for the record would fill up with
+      // reports.
       next.copy(room + report, next.size());
       text = {room, report + next.size()};
     } else if (report > 0) {
@@ -239,9 +238,9 @@ class FdTarget : public Target {
     return is_whole;
   }
 
-  // Puts a record in the format of `next` into `room`, with its time and
-  // thread: a forked child may not be able to ask for the time zone. Returns
-  // its size; 0 when `next` is no record.
+  // Puts a report in the format of `next` into `room`, with the time and thread
+  // of `next`: a forked child may be unable to ask for the time zone. Returns
+  // its size; 0 if `next` is not a record.
   size_t Report(std::string_view next, size_t lost, char* room,
                 size_t size) const {
     const bool is_json = next.substr(0, 9) == R"({"time":")";
@@ -273,7 +272,7 @@ class FdTarget : public Target {
     return length > 0;
   }
 
-  // Not by strerror, whose locks a forked child may find held. "" for others.
+  // Not strerror, whose locks may be held in a forked child. "" for others.
   const char* ErrorText() const {
     static constexpr struct {
       int error;
@@ -295,13 +294,13 @@ class FdTarget : public Target {
   const Clock::duration patience_;
   bool is_socket_ = false;
   bool is_plain_ = false;
-  // Each of these is one word, so that a forked child finds none half changed.
-  bool behind_ = false;        // something is to be written before a line
-  const char* line_end_ = "";  // of the line that was cut
+  // Each is one word, so that a forked child finds none half changed.
+  bool behind_ = false;        // something is due before the next line
+  const char* line_end_ = "";  // what the torn line lacks
   std::atomic<size_t> lost_{0};
   size_t reported_ = 0;  // of those lost
   int failure_ = 0;      // of the last write that failed
-  int error_ = 0;        // by which the first of the others was lost
+  int error_ = 0;        // the reason of the first loss not reported
   pid_t process_ = 0;    // that lost them
 };
 

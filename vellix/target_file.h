@@ -28,40 +28,39 @@ struct FileOptions {
   // The mode of a new file, less the umask.
   mode_t mode = 0640;
 
-  // Above 0: before a record would make the file larger than this, the file
-  // is renamed to "<path>.1", the one that had this name to "<path>.2", and
-  // so on. In bytes; 0 is no limit.
+  // The size limit in bytes; 0 is none. Before a record would exceed it, the
+  // file is renamed to "<path>.1", the old "<path>.1" to "<path>.2", and so on.
   uint64_t max_size = 0;
 
-  // How many old files stay when the file rotates, 1 to 999.
+  // How many old files a rotation by size keeps, 1 to 999.
   unsigned keep = 1;
 
-  // Looks every 64 records whether the path still leads to the file, and
-  // opens it again if not: for a file that others rename without telling.
-  // Always so with `max_size`.
+  // Checks every 64 records whether the path still leads to the file, and
+  // reopens it if not: for a file that others rename without a signal. Always
+  // on with `max_size`.
   bool follow_path = false;
 };
 
-// Appends log records to a file, with all that FdTarget promises.
+// Appends log records to a file, with all guarantees of FdTarget.
 //
 // - The file is opened with O_APPEND, so that processes can share it and it can
-//   be truncated, is closed in programs that are executed, and has a descriptor
-//   above 2.
-// - A torn last line, which a process that was killed or a full disk left
-//   there, is ended before the first record.
-// - Each record is in one file. A rotation by size loses none as long as each
-//   process that writes to the file logs 64 records while `keep` files fill.
-// - A file that cannot be opened again or renamed is used on, and the next
+//   be truncated. It is closed on exec and has a descriptor above 2.
+// - A torn last line, left by a killed process or a full disk, is ended before
+//   the first record.
+// - No record is split between files. A rotation by size loses none as long as
+//   each process that writes to the file logs 64 records while `keep` files
+//   fill up.
+// - If a file cannot be reopened or renamed, it stays in use, and the next
 //   record tries again.
 //
-// A host that closes all descriptors closes that of the log too: the next
-// record opens the file again. If the host has opened a file of its own by
-// then, this may have got the same number, and the log is written into it
-// until Reopen is called. The host's file then stays open.
+// If a host closes all descriptors, including the log's, the next record
+// reopens the file. But if the host has opened a file of its own by then, that
+// may have the same number, and gets the log until Reopen is called. The host's
+// file then stays open.
 class FileTarget : public FdTarget {
  public:
-  // Opens the file `path`, which is made if it is missing. Throws
-  // std::system_error when that fails.
+  // Opens the file `path`, creating it if it is missing. Throws
+  // std::system_error on failure. A cancellation point.
   explicit FileTarget(const std::string& path, const FileOptions& options = {})
       : options_(options) {
     names_.push_back(path);
@@ -75,19 +74,18 @@ class FileTarget : public FdTarget {
     Adopt(fd);
   }
 
-  // Closes the file. Nothing may log any more.
+  // Closes the file. Nothing may log to it any more.
   ~FileTarget() override {
     const ErrnoScope keep;
     const CancellationScope hold;
     if (IsOwn()) close(fd_);
   }
 
-  // Opens the path again before the next record, after something has renamed
-  // the file. From any thread and in signal handlers.
+  // Makes the next record reopen the path, for use after a rename. Any thread,
+  // and signal handlers.
   void Reopen() noexcept { reopen_.store(1, std::memory_order_relaxed); }
 
-  // Rotates or opens the file again if that is due, then writes as FdTarget
-  // does.
+  // Rotates or reopens the file if due, then writes as FdTarget does.
   int32_t Write(const void* buffer, uint32_t count) override {
     if (is_watching_ || reopen_.load(std::memory_order_relaxed) != 0) {
       ChooseFile(count);
@@ -154,7 +152,7 @@ class FileTarget : public FdTarget {
     return tail.last == '\r' ? "\n" : "\r\n";
   }
 
-  // Of an empty file, the last byte is the LF of the line before.
+  // For an empty file the last byte is taken to be LF.
   Tail ReadTail() const {
     const int fd = open(Path(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY);
     if (fd == -1) return {};
@@ -180,7 +178,7 @@ class FileTarget : public FdTarget {
            id_ == Id{status.st_dev, status.st_ino};
   }
 
-  // Whether the descriptor is still that of the file, not one of the host's.
+  // Whether the descriptor is still the file's, not one of the host's.
   bool IsOwn() const {
     struct stat status {};
     return fstat(fd_, &status) == 0 && id_ == Id{status.st_dev, status.st_ino};
@@ -198,7 +196,7 @@ class FileTarget : public FdTarget {
     return true;
   }
 
-  // What may come before a record of `count` bytes.
+  // Rotates or reopens the file if a record of `count` bytes needs it.
   __attribute__((noinline)) void ChooseFile(uint32_t count) {
     const ErrnoScope keep;
     const CancellationScope hold;
@@ -212,13 +210,13 @@ class FileTarget : public FdTarget {
 
   void Rotate(uint32_t count) {
     if (IsOwn()) {
-      // The size as the other processes have made it, too.
+      // The real size: other processes write too.
       struct stat status {};
       fstat(fd_, &status);
       size_ = static_cast<uint64_t>(status.st_size);
       if (size_ == 0 || size_ + count <= options_.max_size) return;
-      // Keeps the others from renaming until the file is closed. Who finds it
-      // locked writes on.
+      // Keeps other processes from renaming until the file is closed. One that
+      // finds it locked keeps writing.
       struct flock lock {};
       lock.l_type = F_WRLCK;
       if (fcntl(fd_, F_SETLK, &lock) == -1 && errno != ENOLCK) return;
@@ -227,7 +225,7 @@ class FileTarget : public FdTarget {
     OpenAgain();
   }
 
-  // Stops where one cannot be renamed: it must not be overwritten.
+  // Stops if one cannot be renamed: it must not be overwritten.
   void Rename() const {
     for (size_t i = names_.size() - 1; i > 0; --i) {
       const int result = rename(names_[i - 1].c_str(), names_[i].c_str());

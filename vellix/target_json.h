@@ -1,5 +1,5 @@
-// JsonTarget: turns each log record into an object of JSON on its way to
-// another target. Header-only, needs nothing at link time.
+// JsonTarget: converts each log record to a JSON object for another target.
+// Header-only, needs nothing at link time.
 #ifndef VELLIX_TARGET_JSON_H_
 #define VELLIX_TARGET_JSON_H_
 
@@ -19,12 +19,12 @@
 #pragma GCC visibility push(hidden)
 namespace vellix {
 
-// Puts JSON into a buffer that may be too small.
+// Writes JSON to a buffer that may be too small.
 class JsonText {
  public:
   JsonText(char* room, size_t size) : next_(room), end_(room + size) {}
 
-  // The end of what was put, or null when it did not fit.
+  // The end of the output, or null if it did not fit.
   char* End() const { return fits_ ? next_ : nullptr; }
 
   JsonText& Raw(std::string_view text) {
@@ -37,7 +37,7 @@ class JsonText {
     return *this;
   }
 
-  // As a string. U+FFFD stands for each byte that is not UTF-8.
+  // As a string. U+FFFD replaces each byte that is not UTF-8.
   JsonText& String(std::string_view text) {
     Raw("\"");
     while (!text.empty()) {
@@ -55,7 +55,7 @@ class JsonText {
     return c >= 0x20 && c != '"' && c != '\\' && c < 0x7F;
   }
 
-  // Puts the character that `text` begins with; returns its bytes.
+  // Writes the first character of `text`; returns its size in bytes.
   size_t Special(std::string_view text) {
     constexpr char kDigits[] = "0123456789abcdef";
     const auto c = static_cast<unsigned char>(text[0]);
@@ -73,9 +73,8 @@ class JsonText {
     return 1;
   }
 
-  // The bytes of the UTF-8 sequence at the start of `text`; 0 without one.
-  // The ranges of the second byte are those of table 3-7 of the Unicode
-  // standard.
+  // The size of the UTF-8 sequence at the start of `text`; 0 if there is none.
+  // The ranges of the second byte are from table 3-7 of the Unicode standard.
   static size_t SequenceSize(std::string_view text) {
     const auto first = static_cast<unsigned char>(text[0]);
     if (first < 0x80) return 1;
@@ -95,8 +94,8 @@ class JsonText {
   bool fits_ = true;
 };
 
-// A time as JsonTarget writes it: "2026-11-01T09:05:00.123456Z". Of its own
-// arithmetic, since gmtime_r takes a lock that a forked child may find held.
+// A time as JsonTarget writes it: "2026-11-01T09:05:00.123456Z". Not by
+// gmtime_r, whose lock may be held in a forked child.
 class UtcText {
  public:
   explicit UtcText(const timespec& time) {
@@ -116,8 +115,8 @@ class UtcText {
   std::string_view View() const { return {text_, sizeof text_ - 1}; }
 
  private:
-  // Counts years from March on, so that a leap day is the last of its year,
-  // and in eras of 400 years.
+  // Years start in March, so that a leap day is the last of its year, and are
+  // counted in eras of 400.
   void PutDate(int64_t day) {
     day += 719468;  // days from 0000-03-01 to 1970-01-01
     const int64_t era = (day >= 0 ? day : day - 146096) / 146097;
@@ -140,7 +139,7 @@ class UtcText {
   char text_[28] = "0000-00-00T00:00:00.000000Z";
 };
 
-// Hands each log record on as one line of JSON, always valid, in valid UTF-8:
+// Passes each log record on as one line of valid JSON in valid UTF-8:
 //
 //   {"time":"2026-11-01T09:05:00.123456Z","thread":4711,"level":"INFO",
 //   "source":"net","message":"up","data":"0F A0"}
@@ -148,17 +147,17 @@ class UtcText {
 // `time` is UTC, taken in Write under the logger's lock. `data` is null without
 // a dump. A line that is no log record becomes the message; its `thread`,
 // `level` and `source` are null. A byte that is not UTF-8 becomes U+FFFD; a
-// line end in a text stands as the log has it, as a backslash and a letter.
+// line end in a text appears as in the log, as a backslash and a letter.
 //
-// Takes the heap for a record of more than 8 KiB, and may then throw
-// std::bad_alloc. errno stays as it was.
+// Uses the heap if the JSON exceeds 8 KiB, and may then throw std::bad_alloc.
+// errno is unchanged.
 class JsonTarget : public Target {
  public:
-  // Hands the lines to `next`, which must outlive this.
+  // Passes the lines to `next`, which must outlive this.
   explicit JsonTarget(QuorlBased::IQuorlStream& next) : next_(next) {}
 
-  // Writes one log record. `count` when `next` took all of the line; otherwise,
-  // and for a line of 4 GiB and more, -1.
+  // Writes one log record. Returns `count` if `next` took the whole line;
+  // otherwise, and for a line of 4 GiB or more, -1.
   int32_t Write(const void* buffer, uint32_t count) override {
     if (!buffer) return -1;
     const ErrnoScope keep;
@@ -170,7 +169,7 @@ class JsonTarget : public Target {
     char room[8192];
     const char* end = Compose(line, time.View(), room, sizeof room);
     if (end) return Pass(room, end) ? static_cast<int32_t>(count) : -1;
-    // A control character takes six.
+    // A control character becomes six.
     const size_t most = 6 * size_t{count} + 256;
     const std::unique_ptr<char[]> heap(new char[most]);
     end = Compose(line, time.View(), heap.get(), most);
@@ -184,7 +183,7 @@ class JsonTarget : public Target {
     return line;
   }
 
-  // The end of the JSON, or null when it does not fit.
+  // The end of the JSON, or null if it does not fit.
   static char* Compose(std::string_view line, std::string_view time, char* room,
                        size_t size) {
     JsonText out(room, size);

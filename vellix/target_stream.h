@@ -1,5 +1,5 @@
-// The base of the log targets of targets.h: an IQuorlStream that can be written
-// to and nothing else. Header-only, needs nothing at link time.
+// The base of the log targets of targets.h: a write-only IQuorlStream.
+// Header-only, needs nothing at link time.
 #ifndef VELLIX_TARGET_STREAM_H_
 #define VELLIX_TARGET_STREAM_H_
 
@@ -16,8 +16,8 @@
 #pragma GCC visibility push(hidden)
 namespace vellix {
 
-// The base of the log targets of targets.h. A target supplies Write. It gets
-// one log record at a time under the logger's lock and has to outlive
+// The base of the log targets of targets.h. A target implements Write, which
+// gets one log record at a time under the logger's lock. It must outlive
 // everything that can log.
 class Target : public QuorlBased::IQuorlStream {
  public:
@@ -26,7 +26,7 @@ class Target : public QuorlBased::IQuorlStream {
   Target& operator=(const Target&) = delete;
   virtual ~Target() = default;
 
-  // What a target does not do: -1 or false.
+  // Not supported: -1 or false.
   int64_t GetPosition() override { return -1; }
   int64_t SetPosition(int64_t) override { return -1; }
   int64_t GetSize() override { return -1; }
@@ -53,7 +53,7 @@ class ErrnoScope {
   const int kept_ = errno;
 };
 
-// Holds the thread's cancellation off for a scope.
+// Disables the thread's cancellation for a scope.
 class CancellationScope {
  public:
   CancellationScope() {
@@ -67,7 +67,7 @@ class CancellationScope {
   int before_ = 0;
 };
 
-// Keeps the SIGPIPE and the SIGXFSZ of a write from the host.
+// Keeps SIGPIPE and SIGXFSZ of a write from the host.
 class WriteSignalScope {
  public:
   WriteSignalScope() {
@@ -75,7 +75,7 @@ class WriteSignalScope {
     sigaddset(&signals_, SIGPIPE);
     sigaddset(&signals_, SIGXFSZ);
     pthread_sigmask(SIG_BLOCK, &signals_, &before_);
-    // One that is pending already is the host's, which had it blocked then.
+    // One that is already pending belongs to the host, which has it blocked.
     for (const int signal : {SIGPIPE, SIGXFSZ}) {
       sigset_t pending;
       if (sigismember(&before_, signal) == 1 && sigpending(&pending) == 0 &&

@@ -1,6 +1,6 @@
-// Log targets for services, to be given to IQuorlLogger::SetLogStream:
+// Log targets for services, for IQuorlLogger::SetLogStream:
 //
-//   FileTarget     a file: rotated, shared, full, all of it handled
+//   FileTarget     a file that may be rotated, shared or full
 //   FdTarget       a descriptor: standard output, a pipe, a socket
 //   JsonTarget     JSON in front of any target
 //   TeeTarget      several targets, each with a lowest level
@@ -9,9 +9,9 @@
 //   static auto* file = new vellix::FileTarget("/var/log/app.log");
 //   GetQuorlLogger()->SetLogStream(file);
 //
-// Header-only, over the interface alone. A target outlives all that can log, so
-// make it with new and leave it. Its Write is for the logger, which calls it
-// under its lock. docs/targets.md has more.
+// Header-only; uses only the interface. A target must outlive everything that
+// can log, so make it with new and never delete it. Only the logger calls its
+// Write, under its lock. docs/targets.md has more.
 #ifndef VELLIX_TARGETS_H_
 #define VELLIX_TARGETS_H_
 
@@ -35,20 +35,20 @@
 #pragma GCC visibility push(hidden)
 namespace vellix {
 
-// Hands each log record to several targets, in the order of Add. One that fails
-// or throws keeps it from none of the others. What is no log record goes to
+// Passes each log record to several targets, in the order of Add. If one fails
+// or throws, the others still get it. Anything else than a log record goes to
 // all.
 class TeeTarget : public Target {
  public:
   // `target`, which must outlive this, gets the records of `lowest` and above.
-  // For the time before the tee is the log's target. Throws std::bad_alloc.
+  // Only before the tee becomes the log's target. Throws std::bad_alloc.
   void Add(QuorlBased::IQuorlStream& target,
            QuorlBased::LogLevel lowest = QuorlBased::LogDebug) {
     branches_.push_back({&target, lowest});
   }
 
-  // Hands one log record on. `count`, or -1 when a target failed or threw.
-  // Throws nothing. Cancellation is held off.
+  // Passes on one log record. Returns `count`, or -1 if a target failed or
+  // threw. Throws nothing. Not a cancellation point.
   int32_t Write(const void* buffer, uint32_t count) override {
     if (!buffer) return -1;
     const CancellationScope hold;  // its unwinding could not pass the handler
@@ -80,8 +80,8 @@ class TeeTarget : public Target {
   std::list<Branch> branches_;
 };
 
-// A log record with fields of its own. Here and below in lists: of a vector of
-// hidden types g++ makes functions that other modules share.
+// A log record that owns its fields. Kept in lists: for a vector of hidden
+// types g++ exports functions that other modules would share.
 struct CapturedRecord {
   std::string time;     // 24 characters, local time
   std::string thread;   // decimal, signed
@@ -91,11 +91,11 @@ struct CapturedRecord {
   QuorlBased::LogLevel level = QuorlBased::LogDebug;  // DEBUG for no log record
 };
 
-// Keeps the log's records for a host's own tests. Unlike a CMemoryStream, which
-// clears it at every Write, it leaves the thread's failure record alone.
+// Keeps the log's records, for tests of a host. Leaves the thread's failure
+// record alone, unlike a CMemoryStream, which clears it at every Write.
 class CaptureTarget : public Target {
  public:
-  // Keeps one log record. What is none is kept as a message. Throws
+  // Keeps one log record. Anything else is kept as a message. Throws
   // std::bad_alloc.
   int32_t Write(const void* buffer, uint32_t count) override {
     if (!buffer) return -1;
@@ -106,13 +106,13 @@ class CaptureTarget : public Target {
     return static_cast<int32_t>(count);
   }
 
-  // The records so far. Any thread, also while others log.
+  // The records so far. Any thread, even while others log.
   std::list<CapturedRecord> Records() const {
     const std::lock_guard<std::mutex> hold(mutex_);
     return records_;
   }
 
-  // Forgets them. Any thread.
+  // Drops the records. Any thread.
   void Clear() {
     const std::lock_guard<std::mutex> hold(mutex_);
     records_.clear();

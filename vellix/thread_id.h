@@ -11,7 +11,7 @@ namespace QuorlBased {
 struct ThreadId {
   static constexpr size_t kMaxDigits = 11;
 
-  uint32_t generation;  // of the process in which it was asked for; 0 before
+  uint32_t generation;  // of the process that asked for it; 0 before
   uint32_t number;
   uint32_t length;  // of the digits
   char digits[kMaxDigits];
