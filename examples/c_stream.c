@@ -1,6 +1,6 @@
 /* A stream in plain C that keeps the last bytes of what is written to it: a
  * flight recorder for the log. Writes append; position 0 is the oldest byte
- * that is left. */
+ * kept. */
 #include "c_stream.h"
 
 #include <string.h>
@@ -43,7 +43,7 @@ static int64_t get_size(struct vellix_stream* stream) {
   return (int64_t)recorder_of(stream)->size;
 }
 
-/* Forgets what is beyond the new size; does not grow. */
+/* Drops what is beyond the new size; does not grow. */
 static bool set_size(struct vellix_stream* stream, int64_t new_size) {
   struct recorder* self = recorder_of(stream);
   if (new_size < 0 || (uint64_t)new_size > self->size) return false;
@@ -82,8 +82,8 @@ static int32_t write_bytes(struct vellix_stream* stream, const void* buffer,
   return (int32_t)count;
 }
 
-/* From the position of `source`, another stream; through its table, whatever
- * it is written in. */
+/* From the position of `source`, a stream in any language; through its table.
+ */
 static int64_t copy_from(struct vellix_stream* stream,
                          struct vellix_stream* source, int64_t count) {
   char room[4096];

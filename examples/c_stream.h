@@ -1,4 +1,4 @@
-/* A stream that is written in C, for a host in C++. */
+/* A stream written in C, for a C++ host. */
 #ifndef VELLIX_EXAMPLES_C_STREAM_H_
 #define VELLIX_EXAMPLES_C_STREAM_H_
 

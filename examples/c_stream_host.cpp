@@ -1,5 +1,5 @@
-// A host in C++ whose log goes to a stream that is written in C. It keeps the
-// last 1000 bytes, which the host prints when something went wrong.
+// A C++ host whose log goes to a stream written in C. The stream keeps the last
+// 1000 bytes, which the host prints when something went wrong.
 #include <iostream>
 #include <string>
 
@@ -11,7 +11,7 @@ namespace {
 
 using QuorlBased::IQuorlStream;
 
-// A stream of C as the C++ interface, and the other way round.
+// A C stream as the C++ interface, and vice versa.
 IQuorlStream* FromC(vellix_stream* stream) {
   return reinterpret_cast<IQuorlStream*>(stream);
 }

@@ -1,5 +1,5 @@
-// Child processes: one that ends in time, one that does not, and a program
-// that is not there.
+// Child processes: one that ends in time, one that does not, and a missing
+// program.
 #include <iostream>
 #include <string>
 

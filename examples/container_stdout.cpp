@@ -6,7 +6,7 @@
 #include "vellix/targets.h"
 
 int main() {
-  // The target outlives all that can log: it is never destroyed.
+  // Never destroyed: the target outlives everything that can log.
   static auto* target = new vellix::FdTarget(STDOUT_FILENO);
   QuorlBased::IQuorlLogger* logger = GetQuorlLogger();
   logger->SetLogStream(target);

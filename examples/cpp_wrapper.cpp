@@ -1,5 +1,5 @@
-// The C++ wrapper of the logger: a source name once per module, and a message
-// in whichever form is at hand.
+// The C++ wrapper of the logger: one source name per module, and messages in
+// every form.
 #include <array>
 #include <fstream>
 #include <iostream>

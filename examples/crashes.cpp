@@ -1,6 +1,6 @@
-// A host that crashes in the way it is told, and whose log says why. Without an
-// argument it crashes in all of them, each time in a child process, and checks
-// the child's log and the signal that ended it.
+// A host that crashes as requested, and whose log says why. Without an argument
+// it tries all ways, each in a child process, and checks the child's log and
+// the signal that ended it.
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <link.h>
@@ -30,7 +30,7 @@ namespace {
 
 constexpr char kLogFile[] = "vellix_crashes.log";
 
-// The compiler must not see that these are what they are.
+// Hidden from the optimiser.
 int* volatile sNullData = nullptr;
 void (*volatile sNull)() = nullptr;
 void (*volatile sNowhere)() = reinterpret_cast<void (*)()>(0x1000);
@@ -52,7 +52,7 @@ void FreeTwice() {
   free(block);  // NOLINT: on purpose
 }
 
-// All at the same time.
+// All at once.
 void OnThreads(int count, const std::function<void()>& crash) {
   std::atomic<int> missing{count};
   std::vector<std::thread> threads;
@@ -66,7 +66,7 @@ void OnThreads(int count, const std::function<void()>& crash) {
   for (std::thread& thread : threads) thread.join();
 }
 
-// A thread that may run out of stack has to have a CrashStack.
+// A thread that may run out of stack needs a CrashStack.
 void OverflowOnThread() {
   OnThreads(1, [] {
     const vellix::CrashStack stack;
@@ -87,7 +87,7 @@ void OnSmallStack() {
   pthread_join(thread, nullptr);
 }
 
-// The parent ends by what the child has ended by, and says nothing itself.
+// The parent ends like the child, and logs nothing itself.
 void InForkedChild() {
   if (fork() == 0) Trap();
   int status = 0;
@@ -100,8 +100,8 @@ void Log() {
   GetQuorlLogger()->Log(QuorlBased::LogInfo, "host", "up", nullptr, 0);
 }
 
-// The handler of the host runs after the crash was recorded, and decides how
-// the process ends. Other threads log meanwhile.
+// The host's handler runs after the crash was recorded, and decides how the
+// process ends. Other threads log meanwhile.
 void WithOwnHandler() {
   static std::atomic<bool> crashed{false};
   static std::atomic<bool> logged{false};
@@ -118,7 +118,7 @@ void WithOwnHandler() {
   Trap();
 }
 
-// The target of the log. Does what the crash needs it to do.
+// The log's target. Crashes inside Write if asked to.
 std::atomic<void (*)()> sInWrite{[] {}};
 class Target : public QuorlBased::CFileStream {
  public:
@@ -149,7 +149,7 @@ void WithoutDescriptors() {
   Trap();
 }
 
-// A record that the disk took half of.
+// A torn record.
 void AfterTornLine() {
   sInWrite = [] {
     std::ofstream(kLogFile, std::ios::app) << "[TM=Sun N";
@@ -200,7 +200,7 @@ const Way kWays[] = {
     {"torn", AfterTornLine, SIGILL, kTrap},
 };
 
-// The signal that ends a process that crashes.
+// The signal that ends a crashed process.
 int EndOf(const Way& way) {
   const pid_t child = fork();
   if (child == 0) {
@@ -230,7 +230,7 @@ time_t TimeOf(const std::string& text) {
   return mktime(&fields);
 }
 
-// A record of the host, that of the crash, and perhaps another of the host.
+// A record of the host, the crash record, and perhaps another of the host.
 bool Fits(const std::string& log, const Way& way) {
   const std::string up = Line(R"(\[LV=INFO \] \[FR=host\])", "up");
   const std::string torn = way.name == "torn" ? R"(\[TM=Sun N\r\n)" : "";
@@ -248,8 +248,8 @@ bool Fits(const std::string& log, const Way& way) {
   return frame >= trap && frame < trap + 64;
 }
 
-// The sanitizers find these first. That of threads blocks all signals in a
-// handler, where a fault at the bad address then ends the process.
+// The sanitizers catch these first. The thread sanitizer blocks all signals in
+// a handler, so a fault at the bad address ends the process.
 bool IsLeftOut(const Way& way) {
   const std::string names = dlsym(RTLD_DEFAULT, "__asan_init")
                                 ? "null call jump divide free"
@@ -276,7 +276,7 @@ bool CrashInAllWays() {
 
 int main(int argc, char** argv) {
   if (argc < 2) return CrashInAllWays() ? 0 : 1;
-  // The target outlives all that can log.
+  // The target outlives everything that can log.
   if (!GetQuorlLogger()->SetLogStream(new Target)) return 1;
   if (!vellix::RecordCrashes(kLogFile)) return 1;
   Log();

@@ -1,5 +1,5 @@
-// A host as users write one: it loads the library that lies beside it, gives it
-// a log file, logs from several threads, and loads a module whose calls fail.
+// A typical host: it loads the library beside it, sets a log file, logs from
+// several threads, and loads a module whose calls fail.
 #include <dlfcn.h>
 
 #include <cstdio>
@@ -30,7 +30,7 @@ void LogAtAllLevels(QuorlBased::IQuorlLogger* logger, int worker) {
   logger->Log(QuorlBased::LogFatal, from.c_str(), "stopped", nullptr, 0);
 }
 
-// Lets the module's calls fail on this thread.
+// Makes the module's calls fail on this thread.
 bool RunModule(const std::string& path) {
   void* module = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
   if (!module) {

@@ -1,5 +1,5 @@
-// A module of the demo's host. It links the toolkit; its failures land in the
-// failure record of the host's thread and in the host's log.
+// A module of the demo host. It links the toolkit; its failures go to the
+// failure record of the host's thread and to the host's log.
 #include <iostream>
 #include <string>
 

@@ -8,7 +8,7 @@
 
 namespace {
 
-// Write is all that the logger calls; the rest answers "cannot".
+// The logger calls only Write; the rest fails.
 class ConsoleStream : public QuorlBased::IQuorlStream {
  public:
   int32_t Write(const void* buffer, uint32_t count) override {
@@ -36,7 +36,7 @@ class ConsoleStream : public QuorlBased::IQuorlStream {
 }  // namespace
 
 int main() {
-  // The target outlives all that can log.
+  // The target outlives everything that can log.
   static ConsoleStream console;
   static vellix::Library library;
   if (!library.Open()) {

@@ -1,5 +1,5 @@
-// A host that forks while other threads log. The child goes on logging into
-// the same file, under its own thread id.
+// A host that forks while other threads log. The child logs to the same file,
+// under its own thread id.
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -20,8 +20,8 @@ void Log(const char* from, const std::string& message) {
   GetQuorlLogger()->Log(QuorlBased::LogInfo, from, message.c_str(), nullptr, 0);
 }
 
-// The child ends with _exit: exit would run the static destructors of the host
-// and write out its buffers a second time.
+// The child ends with _exit: exit would run the host's static destructors and
+// flush its buffers a second time.
 pid_t ForkChild() {
   const pid_t child = fork();
   if (child == 0) {

@@ -1,5 +1,5 @@
-// The {} form of the C++ wrapper: checked when it is compiled, formatted only
-// above the threshold, and never a reason for a call to fail.
+// The {} form of the C++ wrapper: checked at compile time, formatted only above
+// the threshold, and never the cause of a failed call.
 #include <fstream>
 #include <iostream>
 #include <string>

@@ -72,7 +72,7 @@ int main(int argc, char**) {
     perror("no journal");
     return 1;
   }
-  // Never destroyed: the targets outlive all that can log.
+  // Never destroyed: the targets outlive everything that can log.
   static auto& journal = *new vellix::FdTarget(fd);
   static auto& entries = *new JournalTarget(journal);
   QuorlBased::IQuorlLogger* logger = GetQuorlLogger();

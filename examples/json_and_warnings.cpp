@@ -1,5 +1,5 @@
-// A log in two places: all of it as JSON on standard output, and what is a
-// warning or worse in a file.
+// A log with two targets: all of it as JSON on standard output, warnings and
+// worse in a file.
 #include <unistd.h>
 
 #include <fstream>
@@ -13,7 +13,7 @@ int main() {
   const std::string warnings = "vellix_warnings.log";
   unlink(warnings.c_str());
 
-  // Never destroyed: the targets outlive all that can log.
+  // Never destroyed: the targets outlive everything that can log.
   static auto& out = *new vellix::FdTarget(STDOUT_FILENO);
   static auto& json = *new vellix::JsonTarget(out);
   static auto& file = *new vellix::FileTarget(warnings);

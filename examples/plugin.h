@@ -1,4 +1,4 @@
-/* What a plug-in of plugin_host.cpp offers. For C too. */
+/* The interface of a plug-in of plugin_host.cpp. For C too. */
 #ifndef VELLIX_EXAMPLES_PLUGIN_H_
 #define VELLIX_EXAMPLES_PLUGIN_H_
 
@@ -8,8 +8,8 @@
 extern "C" {
 #endif
 
-/* Does its work on the calling thread; false when that failed, with the reason
- * in the thread's failure record. */
+/* Does its work on the calling thread; false on failure, with the reason in the
+ * thread's failure record. */
 bool plugin_run(void);
 
 /* The code that the plug-in finds in the calling thread's failure record. */

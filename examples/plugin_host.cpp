@@ -1,5 +1,5 @@
 // A host with three plug-ins, one of them in C. All write to one log and, on
-// one thread, see one failure record.
+// the same thread, share one failure record.
 #include <iostream>
 #include <string>
 #include <thread>
@@ -38,7 +38,7 @@ bool Load(const std::string& name, Plugin& plugin) {
 }  // namespace
 
 int main() {
-  // Never destroyed: the target outlives all that can log.
+  // Never destroyed: the target outlives everything that can log.
   static auto* target = new QuorlBased::CHandleStream(1);
   GetQuorlLogger()->SetLogStream(target);
   Plugin net;

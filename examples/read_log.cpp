@@ -1,10 +1,10 @@
-// Takes a log on standard input apart, for cut, awk and other tools:
+// Splits a log on standard input into fields, for cut, awk and other tools:
 //
 //   vellix_read_log          the fields of each record, separated by 0x1F
 //   vellix_read_log json     each line as JsonTarget gives it, with the time
 //   now
 //
-// Skips what is no log record, and fails at the end when there was some.
+// Skips lines that are not log records; fails at the end if there were any.
 #include <unistd.h>
 
 #include <iostream>

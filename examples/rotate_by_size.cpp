@@ -1,5 +1,5 @@
-// A log file that rotates itself by size, while threads and forked children log
-// into it; then all of it is counted.
+// A log file that rotates by size while threads and forked children log to it;
+// then all records are counted.
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -62,7 +62,7 @@ int main() {
   vellix::FileOptions options;
   options.max_size = kMaxSize;
   options.keep = 30;
-  // Never destroyed: the target outlives all that can log.
+  // Never destroyed: the target outlives everything that can log.
   static auto* target = new vellix::FileTarget(directory / "app.log", options);
   GetQuorlLogger()->SetLogStream(target);
 

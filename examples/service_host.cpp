@@ -1,6 +1,6 @@
-// A service: its log file is rotated from outside by a rename and a SIGHUP.
-// Several threads log meanwhile; then all of it is counted. With an argument,
-// that is the command of the shell that rotates, and the files stay.
+// A service whose log file is rotated from outside by a rename and a SIGHUP
+// while several threads log; then all records are counted. An argument is a
+// shell command that rotates; the files are then kept.
 #include <unistd.h>
 
 #include <atomic>
@@ -26,7 +26,7 @@ constexpr int kRotations = 10;
 std::atomic<bool> sIsRotated{false};
 std::atomic<int> sWritten{0};
 
-// Never destroyed: the target outlives all that can log.
+// Never destroyed: the target outlives everything that can log.
 vellix::FileTarget* sLogFile = nullptr;
 void OnHangup(int) { sLogFile->Reopen(); }
 
@@ -68,7 +68,7 @@ int CountRecordsAndRemove(const std::string& path) {
   return records;
 }
 
-// The last file must have been opened again, or it holds nothing.
+// The last file must have been reopened, or it is empty.
 bool HasAllRecords(const std::string& path, int written) {
   const int in_last_file = CountRecordsAndRemove(path);
   int found = in_last_file;

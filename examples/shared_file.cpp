@@ -1,9 +1,9 @@
 // One log file for several processes, with permissions of the host's choice,
-// and what becomes of it under a rotation from outside:
+// and rotation from outside:
 //
 //   vellix_shared_file [rename | copytruncate]
 //
-// Four processes write into the file; then all of it is counted.
+// Four processes write to the file; then all records are counted.
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/wait.h>
@@ -28,8 +28,8 @@ constexpr int kRecords = 5000;
 
 enum class Rotation { kNone, kRename, kCopyTruncate };
 
-// Keeps a rotation that copies and truncates, and that takes the same lock,
-// from losing what would be written between its two steps.
+// Keeps a rotation that copies and truncates under the same lock from losing
+// records between its two steps.
 class LockingFile : public vellix::FileTarget {
  public:
   explicit LockingFile(const std::string& path)
@@ -127,7 +127,7 @@ void CountFile(const std::string& path, Count& count) {
   }
 }
 
-// What is there after the run; removes the files.
+// Counts the records after the run and removes the files.
 Count CountAndRemove(const std::string& path, int rotations) {
   Count count;
   CountFile(path, count);

@@ -1,5 +1,5 @@
-/* A host in plain C whose log receives the messages of a C library, SQLite,
- * with a level that its result code gives. */
+/* A host in plain C whose log receives the messages of a C library, SQLite, at
+ * a level that depends on the result code. */
 #include <sqlite3.h>
 #include <stdio.h>
 
@@ -35,9 +35,9 @@ static int level_of(int code) {
   }
 }
 
-/* SQLite calls this on any thread, with its own locks held: an exception that
- * passed would leave them locked. Its messages have at most some 200 bytes, and
- * such a log record takes no memory from the heap. */
+/* SQLite calls this on any thread, holding its own locks: an exception would
+ * leave them locked. Its messages have at most some 200 bytes, and such a log
+ * record needs no heap memory. */
 static void on_message(void* source, int code, const char* message) {
   vellix_logf(level_of(code), source, "(%d) %s", code, message);
 }
