@@ -131,6 +131,13 @@ function link_names(line,    pieces, count, i, to, result) {
   else print $0 " {#guide-" guide (is_title ? "" : "-" anchor(text)) "}"
   next
 }
+# Doxygen does not know a link whose text goes over the end of a line.
+{
+  while (/\[[^]`]*$/ && (getline next_line) > 0) {
+    sub(/^ +/, "", next_line)
+    $0 = $0 " " next_line
+  }
+}
 # Doxygen does not know bold type next to code.
 /^$/ { in_span = is_bold = 0 }
 { while (sub(/\*\*/, is_bold ? "</b>" : "<b>")) is_bold = !is_bold }

@@ -118,7 +118,7 @@ void WithOwnHandler() {
   Trap();
 }
 
-// The log's target. Crashes inside Write if asked to.
+// The log's target. Calls sInWrite in each Write.
 std::atomic<void (*)()> sInWrite{[] {}};
 class Target : public QuorlBased::CFileStream {
  public:
