@@ -52,7 +52,8 @@ install(DIRECTORY docs
     DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation
     FILES_MATCHING PATTERN "*.md" PATTERN "*.svg")
 install(DIRECTORY examples
-    DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation)
+    DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation
+    PATTERN operators.sh EXCLUDE)  # it needs the tools of the tree
 
 if(PROJECT_IS_TOP_LEVEL)
   include(cmake/Packaging.cmake)
