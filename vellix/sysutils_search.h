@@ -46,7 +46,10 @@ class SearchPattern {
   // Bit i says whether the pattern may stand at `at` + i. Reads kWindow - 1
   // bytes beyond what the pattern takes at `at`.
   uint64_t Window(const char* at) const {
-    Block a, b, c, d;
+    Block a;
+    Block b;
+    Block c;
+    Block d;
     FindCandidates(at, a);
     FindCandidates(at + 16, b);
     FindCandidates(at + 32, c);
