@@ -94,25 +94,28 @@ CXEvent::~CXEvent() {
 
 bool CXEvent::Wait(uint32_t timeout) {
   bool set = false;
+  // Not in AwaitSet: the address sanitizer's marks around a local would stay
+  // on the stack when a cancelled thread leaves that frame.
+  timespec deadline = {};
   pthread_mutex_lock(&mutex_);
   // Not by a destructor: not every platform calls it for a cancelled thread.
   pthread_cleanup_push(Unlock, &mutex_);
-  set = signaled_ || AwaitSet(timeout);
+  if (timeout != kWaitForever && !signaled_) deadline = DeadlineIn(timeout);
+  set = signaled_ || AwaitSet(timeout == kWaitForever ? nullptr : &deadline);
   if (set && auto_reset_) signaled_ = false;
   pthread_cleanup_pop(1);
   return set;
 }
 
-// With the mutex held: false when the time-out is over.
-bool CXEvent::AwaitSet(uint32_t timeout) {
-  const timespec deadline = DeadlineIn(timeout);
+// With the mutex held: false after `deadline`, if there is one.
+bool CXEvent::AwaitSet(const timespec* deadline) {
   // Do not test `signaled_`: the first of the released threads may have
   // cleared it, and one Set releases them all.
   const uint64_t sets_before = sets_;
   while (sets_ == sets_before) {
-    const int error = timeout == kWaitForever
-                          ? pthread_cond_wait(&condition_, &mutex_)
-                          : PlatformWaitUntil(&condition_, &mutex_, deadline);
+    const int error = deadline
+                          ? PlatformWaitUntil(&condition_, &mutex_, *deadline)
+                          : pthread_cond_wait(&condition_, &mutex_);
     if (error == ETIMEDOUT) return false;
   }
   return true;

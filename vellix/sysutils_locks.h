@@ -10,6 +10,7 @@
 #include <pthread.h>
 
 #include <cstdint>
+#include <ctime>
 
 #include "vellix/visibility.h"
 
@@ -76,7 +77,7 @@ class CXEvent {
   void Reset();
 
  private:
-  bool AwaitSet(uint32_t timeout);
+  bool AwaitSet(const timespec* deadline);
 
   bool auto_reset_;
   bool signaled_;
