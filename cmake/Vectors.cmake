@@ -1,6 +1,6 @@
 # The vector code for the processor. A file that is named for an instruction set
 # is compiled for it and called only where the processor has it.
-if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|AMD64|i[3-6]86)$")
+if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|AMD64|amd64|i[3-6]86)$")
   set(VELLIX_VECTOR_SOURCES
       vellix/sysutils_vectors_x86.cpp
       vellix/sysutils_vectors_ssse3.cpp

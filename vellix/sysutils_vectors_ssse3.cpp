@@ -52,7 +52,7 @@ struct Ssse3 {
 }  // namespace
 
 extern const VectorPath kSsse3Path;
-// Digits without separators gain a quarter at most.
+// Digits without separators would gain a quarter at most.
 using Kernels = VectorKernels<Ssse3>;
 constexpr VectorPath kSsse3Path = {
     "ssse3",    Kernels::EncodeBase64, Kernels::DecodeBase64,
