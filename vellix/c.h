@@ -163,8 +163,8 @@ struct vellix_stream_table {
 /* The three exported functions, under names of their own. */
 
 #ifdef __cplusplus
-/* With the types of the C++ headers: a program has one type for each function,
- * which the compiler checks when it optimises the whole of it. */
+/* With the types of the C++ headers: link-time optimisation warns about a
+ * function with two types. */
 __attribute__((visibility("default"))) QuorlBased::IQuorlLogger*
 GetQuorlLogger();
 __attribute__((visibility("default"))) IQuorlException* GetQuorlException();

@@ -11,7 +11,7 @@ namespace {
 // handler wipes it, but runs after handlers that were registered earlier.
 std::atomic<uint32_t> sHandledMark{0};
 
-// The mark when the process forked last.
+// The mark as it was at the last fork.
 std::atomic<uint32_t> sMarkBeforeFork{0};
 
 std::atomic<uint32_t> sLastGeneration{0};

@@ -37,8 +37,8 @@ class SearchPattern {
            (size_ <= 2 || memcmp(at, bytes_, size_) == 0);
   }
 
-  // The same for a position that Window or a search for the first byte has
-  // found: of one byte nothing is left to compare.
+  // StandsAt for a position that Window or a search for the first byte has
+  // found: a pattern of one byte needs no further comparison.
   bool StandsAtCandidate(const char* at) const {
     return size_ == 1 || StandsAt(at);
   }
@@ -62,8 +62,8 @@ class SearchPattern {
   }
 
  private:
-  // Passed by reference: by value, a processor without vectors passes it in
-  // another way than the same one with them.
+  // Passed by reference: how a vector is passed by value depends on whether the
+  // compiler may use vector registers.
   using Block = unsigned char __attribute__((vector_size(16)));
 
   // 0xFF in `found` at the positions where both probes match.

@@ -3,7 +3,7 @@
 //
 // The file of an instruction set fills its table from the templates of
 // sysutils_vector_kernels.h; no other file has an intrinsic. The sources for
-// the processor are chosen in CMakeLists.txt.
+// the processor are chosen in cmake/Vectors.cmake.
 #ifndef VELLIX_SYSUTILS_VECTORS_H_
 #define VELLIX_SYSUTILS_VECTORS_H_
 
