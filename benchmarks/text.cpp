@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "vellix/sysutils_strings.h"
+#include "vellix/sysutils_vectors.h"
 
 namespace bench {
 namespace {
@@ -26,21 +27,35 @@ void AddSearch(const std::string& name, std::string text,
   });
 }
 
-void AddReplace(const std::string& job, const std::string& text) {
-  AddLoop(job, "copy", [text] { return text; });
-  AddLoop(job, "vellix", [text] {
+void AddReplace(const std::string& job, const char* by, const std::string& text,
+                const QuorlBased::VectorPath& path) {
+  AddLoop(job, by, [text, &path] {
     static const std::string from = kReplaced;
     static const std::string to = kReplacement;
+    QuorlBased::UsePath(path);
     return QuorlBased::StrReplace(text, from, to);
   });
+}
+
+void AddReplace() {
+  const std::string none = ReplaceText(false);
+  const std::string dense = ReplaceText(true);
+  AddLoop("text/replace-none", "copy", [none] { return none; });
+  AddLoop("text/replace-dense", "copy", [dense] { return dense; });
+  const QuorlBased::VectorPaths paths = QuorlBased::PathsOfProcessor();
+  AddReplace("text/replace-none", "vellix", none, *paths[0]);
+  AddReplace("text/replace-dense", "vellix", dense, *paths[0]);
+  for (const QuorlBased::VectorPath* path : paths) {
+    AddReplace("text/replace-none", path->name, none, *path);
+    if (path == &QuorlBased::kTablesPath) break;
+  }
 }
 
 const Registration kAll([] {
   AddSearch("rare", Words(kLongText), "quartz");
   AddSearch("common", Words(kLongText), "exotic");
   AddSearch("repeating", std::string(kLongText, 'a'), "aaaaab");
-  AddReplace("text/replace-none", ReplaceText(false));
-  AddReplace("text/replace-dense", ReplaceText(true));
+  AddReplace();
   AddLoop("text/split", "vellix", [text = Fields()] {
     static const std::string separators = kSeparators;
     return QuorlBased::StrSplit(text, separators);

@@ -26,13 +26,16 @@ TEST(Strings, FormatIsCutAt255Characters) {
   EXPECT_EQ(Format("text %ls", L"\xD800"), "");  // has no bytes in any locale
 }
 
-TEST(Strings, ReplaceEndsALongTextAtItsFirstNul) {
-  for (const size_t length : {2047U, 2048U, 2049U, 10000U}) {
-    const string text(length, 'x');
+TEST(Strings, ReplaceOfALongTextOnEachPath) {
+  const string longer = "longer than a step of 16";
+  for (size_t i = 0; i < 3000; ++i) {
+    UsePath(*PathsOfProcessor()[i % 3]);
+    const string text(250 + i, 'x'), all = StrReplace(text, "x", longer);
     EXPECT_EQ(StrReplace(text, "y", "z"), text);
     EXPECT_EQ(StrReplace(text + "\0x"s, "y", "z"), text);
     EXPECT_EQ(StrReplace(text + "yx\0"s, "y", "z"), text + "zx");
     EXPECT_EQ(StrReplace(text + "yx\0"s, "yy", "z"), text + "yx");
+    EXPECT_EQ(StrReplace(all, longer, "y"), string(250 + i, 'y'));
   }
 }
 

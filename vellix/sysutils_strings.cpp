@@ -6,7 +6,6 @@
 #include <array>
 #include <cstdio>
 #include <cstring>
-#include <utility>
 
 #include "vellix/res_keeper.h"
 #include "vellix/sysutils_search.h"
@@ -53,33 +52,6 @@ constexpr auto kPairs = MakePairs();
 // The bytes of `s` before its first NUL.
 size_t TextLength(const std::string& s) { return strlen(s.c_str()); }
 
-// Long texts are copied in pieces, which stay in the first-level cache from the
-// look at them to their copy.
-constexpr size_t kPiece = 2048;
-
-// Lengthens `text`, a copy of the first bytes of `s`, up to the first NUL.
-void CopyToNul(const std::string& s, std::string& text) {
-  size_t length = kPiece;
-  while (length == kPiece) {
-    const char* rest = s.c_str() + text.size();
-    length = strnlen(rest, kPiece);
-    text.append(rest, length);
-  }
-}
-
-// A copy of `s` up to the first piece with a NUL or with `byte`.
-std::string CopyWithout(char byte, const std::string& s) {
-  std::string text;
-  text.reserve(s.size());
-  while (text.size() < s.size()) {
-    const char* rest = s.data() + text.size();
-    const size_t length = std::min(kPiece, s.size() - text.size());
-    if (memchr(rest, byte, length) || memchr(rest, '\0', length)) break;
-    text.append(rest, length);
-  }
-  return text;
-}
-
 // The text of the `n` bytes at `bytes`, up to their first NUL.
 std::string CutOut(const char* bytes, uint32_t n) {
   ResKeeper keeper;
@@ -117,48 +89,6 @@ std::string WithoutCase(const std::string& s, char first, char last) {
   }
   return result;
 }
-
-// A text put together from runs that are mostly short. Where both sides have
-// room, 16 bytes are copied whatever the run's length, without a call: a third
-// of the time that std::string::append takes (text/replace-dense).
-class RunWriter {
- public:
-  static constexpr size_t kStep = 16;
-
-  RunWriter(std::string begun, size_t expected)
-      : size_(begun.size()), text_(std::move(begun)) {
-    text_.resize(expected + kStep);
-  }
-
-  // Appends `count` of the `readable` bytes at `run`, then `text`, which is
-  // `padded` to at least kStep bytes.
-  void Append(const char* run, size_t count, size_t readable,
-              const char* padded, size_t text) {
-    const size_t needed = size_ + count + text + kStep;
-    if (needed > text_.size()) text_.resize(std::max(needed, 2 * size_));
-    char* end = text_.data() + size_;
-    size_ += count + text;
-    Copy(run, count, readable, end);
-    Copy(padded, text, kStep, end + count);
-  }
-
-  std::string Take() {
-    text_.resize(size_);
-    return std::move(text_);
-  }
-
- private:
-  static void Copy(const char* from, size_t count, size_t readable, char* to) {
-    if (count <= kStep && readable >= kStep) {
-      memcpy(to, from, kStep);
-    } else {
-      memcpy(to, from, count);
-    }
-  }
-
-  size_t size_;
-  std::string text_;
-};
 
 }  // namespace
 
@@ -284,32 +214,6 @@ int32_t StrRPos(const std::string& s, uint32_t start,
     if (wanted.StandsAt(text + end)) return static_cast<int32_t>(end);
   }
   return -1;
-}
-
-std::string StrReplace(const std::string& s, const std::string& from,
-                       const std::string& to) {
-  if (from.empty()) return s;
-  std::string text = CopyWithout(from[0], s);
-  size_t read = text.size();
-  if (read == s.size()) return text;
-  ForwardSearch search(s, read, from);
-  size_t position = search.Next(read);
-  if (position == std::string::npos) {
-    CopyToNul(s, text);
-    return text;
-  }
-  RunWriter result(std::move(text), s.size());
-  std::string padded = to;
-  padded.resize(std::max(to.size(), RunWriter::kStep));
-  while (position != std::string::npos) {
-    result.Append(s.data() + read, position - read, s.size() - read,
-                  padded.data(), to.size());
-    read = position + from.size();
-    position = search.Next(read);
-  }
-  const char* rest = s.c_str() + read;
-  result.Append(rest, strlen(rest), s.size() - read, padded.data(), 0);
-  return result.Take();
 }
 
 std::list<std::string> StrSplit(const std::string& s, const std::string& seps) {

@@ -1,5 +1,5 @@
-// The codecs in vectors of one or more lanes of 16 bytes. Internal: for the
-// file of each instruction set, which supplies the operations `V`:
+// Codecs and texts in vectors of one or more lanes of 16 bytes. Internal: for
+// the file of each instruction set, which supplies the operations `V`:
 //
 //   Bytes           a vector of unsigned char of g++ and clang++
 //   Load, Store     a lane each `stride` bytes
@@ -10,7 +10,7 @@
 //   Raise, Reduce   sum and difference of bytes, at most 255 and at least 0
 //   Above           0xFF where a byte is above the other, else 0; none is from
 //                   0x80 on
-//   Any             whether a byte is not 0; all are below 0x80
+//   Any             whether a byte is not 0
 //   InterleaveLow, InterleaveHigh
 //                   the bytes of the lower or upper halves of two vectors in
 //                   turn
@@ -159,6 +159,31 @@ class VectorKernels {
     return done;
   }
 
+  static size_t CopyText(const unsigned char* from, size_t size, char stop,
+                         char* to) {
+    const Bytes stops = Fill(static_cast<unsigned char>(stop));
+    constexpr size_t kVectors = 4;
+    constexpr size_t kLength = 16 * kLanes;
+    constexpr size_t kStep = kVectors * kLength;
+    const size_t end = End(size, kStep);
+    // From the second step on, stores are aligned.
+    size_t step = kStep - reinterpret_cast<size_t>(to) % kLength;
+    size_t done = 0;
+    for (; done < end; done += step, step = kStep) {
+      Bytes text[kVectors];
+      Bytes least = Fill(0xFF);  // 0 where a byte is `stop` or NUL
+      for (size_t i = 0; i < kVectors; ++i) {
+        text[i] = V::Load(from + done + i * kLength, 16);
+        least = Least(least, Least(text[i], text[i] ^ stops));
+      }
+      if (V::Any(reinterpret_cast<Bytes>(least == Bytes{}))) break;
+      for (size_t i = 0; i < kVectors; ++i) {
+        V::Store(text[i], to + done + i * kLength, 16);
+      }
+    }
+    return done;
+  }
+
  private:
   // Behind the last place of `size` bytes from which a step reaches no further.
   static size_t End(size_t size, size_t step) {
@@ -166,6 +191,8 @@ class VectorKernels {
   }
 
   static Bytes Fill(unsigned char byte) { return Bytes{} + byte; }
+
+  static Bytes Least(Bytes a, Bytes b) { return a < b ? a : b; }
 
   static Bytes Digits(Bytes values) {
     static constexpr VectorTable kDigits = {'0', '1', '2', '3', '4', '5',
@@ -182,8 +209,7 @@ class VectorKernels {
                                             0xF3, 0xF2, 0xF1, 0xF0};
     const Bytes decimals = V::Reduce(text + (255 - '9'), Fill(6)) + 16;
     const Bytes letters = V::Raise((text & 0xDF) - 'A', Fill(10));
-    return V::LookupBelow16(V::Repeat(kTurned),
-                            decimals < letters ? decimals : letters);
+    return V::LookupBelow16(V::Repeat(kTurned), Least(decimals, letters));
   }
 };
 

@@ -21,13 +21,14 @@ size_t LeaveText(const char* /*from*/, size_t /*size*/, char* /*to*/) {
   return 0;
 }
 
-size_t LeaveDump(const unsigned char* /*from*/, size_t /*size*/,
-                 char /*separator*/, char* /*to*/) {
+size_t LeaveWith(const unsigned char* /*from*/, size_t /*size*/, char /*with*/,
+                 char* /*to*/) {
   return 0;
 }
 
 constexpr VectorPath kTablesPath = {"tables",   LeaveBytes, LeaveBytes,
-                                    LeaveBytes, LeaveDump,  LeaveText};
+                                    LeaveBytes, LeaveWith,  LeaveText,
+                                    LeaveWith};
 
 const VectorPath& Vectors() {
   const VectorPath* path = sPath.load(std::memory_order_relaxed);

@@ -1,5 +1,5 @@
-// What the vector unit does of the codecs, behind one table of functions for
-// each instruction set. Internal.
+// What the vector unit does of the codecs and of texts, behind one table of
+// functions for each instruction set. Internal.
 //
 // The file of an instruction set fills its table from the templates of
 // sysutils_vector_kernels.h; no other file has an intrinsic. The sources for
@@ -36,14 +36,18 @@ struct VectorPath {
   // digit counts as 0xFF. In steps of 2 characters. `to` may be `from`, or
   // below it.
   size_t (*decode_hex)(const char* from, size_t size, char* to);
+
+  // Copies up to a NUL or `stop`, or less. May write more of the input than it
+  // says.
+  size_t (*copy_text)(const unsigned char* from, size_t size, char stop,
+                      char* to);
 };
 
 // For what an instruction set does not do faster, or not by a third: leave all
 // to the caller.
 size_t LeaveBytes(const unsigned char* from, size_t size, char* to);
 size_t LeaveText(const char* from, size_t size, char* to);
-size_t LeaveDump(const unsigned char* from, size_t size, char separator,
-                 char* to);
+size_t LeaveWith(const unsigned char* from, size_t size, char with, char* to);
 extern const VectorPath kTablesPath;
 
 // The paths that the processor has, the best one first, then kTablesPath. May

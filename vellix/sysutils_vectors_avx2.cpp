@@ -1,4 +1,4 @@
-// The codecs with AVX2; compiled with -mavx2.
+// Codecs and texts with AVX2; compiled with -mavx2.
 #include <immintrin.h>
 
 #include "vellix/sysutils_vector_kernels.h"
@@ -91,6 +91,7 @@ constexpr VectorPath kAvx2Path = {"avx2",
                                   Kernels::DecodeBase64,
                                   Kernels::EncodeHex,
                                   Kernels::DumpHex,
-                                  Kernels::DecodeHex};
+                                  Kernels::DecodeHex,
+                                  Kernels::CopyText};
 
 }  // namespace QuorlBased

@@ -1,4 +1,4 @@
-// The codecs with NEON, which every 64-bit ARM processor has.
+// Codecs and texts with NEON, which every 64-bit ARM processor has.
 #include <arm_neon.h>
 
 #include "vellix/sysutils_vector_kernels.h"
@@ -70,7 +70,8 @@ constexpr VectorPath kNeonPath = {"neon",
                                   Kernels::DecodeBase64,
                                   Kernels::EncodeHex,
                                   Kernels::DumpHex,
-                                  Kernels::DecodeHex};
+                                  Kernels::DecodeHex,
+                                  Kernels::CopyText};
 
 }  // namespace
 

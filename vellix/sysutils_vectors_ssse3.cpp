@@ -25,7 +25,8 @@ struct Ssse3 {
   static Bytes Above(Bytes a, Bytes b) { return B(_mm_cmpgt_epi8(I(a), I(b))); }
   static Bytes Reduce(Bytes a, Bytes b) { return B(_mm_subs_epu8(I(a), I(b))); }
   static bool Any(Bytes v) {
-    return _mm_movemask_epi8(_mm_cmpgt_epi8(I(v), _mm_setzero_si128())) != 0;
+    return _mm_movemask_epi8(_mm_cmpeq_epi8(I(v), _mm_setzero_si128())) !=
+           0xFFFF;
   }
   static Bytes InterleaveLow(Bytes a, Bytes b) {
     return B(_mm_unpacklo_epi8(I(a), I(b)));
@@ -52,10 +53,12 @@ struct Ssse3 {
 }  // namespace
 
 extern const VectorPath kSsse3Path;
-// Digits without separators would gain a quarter at most.
+// Digits without separators would gain a quarter at most, and a copied text,
+// whose stores are of 16 bytes, nothing.
 using Kernels = VectorKernels<Ssse3>;
 constexpr VectorPath kSsse3Path = {
     "ssse3",    Kernels::EncodeBase64, Kernels::DecodeBase64,
-    LeaveBytes, Kernels::DumpHex,      LeaveText};
+    LeaveBytes, Kernels::DumpHex,      LeaveText,
+    LeaveWith};
 
 }  // namespace QuorlBased
