@@ -62,6 +62,10 @@ const Registration kAll([] {
   });
   AddLoop("text/int", "vellix",
           [] { return QuorlBased::IntToStr(Opaque(kNumber)); });
+  // The floor of a text that ends at a NUL: a look for it, and the result.
+  AddLoop("text/trim", "copy", [text = QuorlBased::Trim(kPadded, " \r\n")] {
+    return std::string(text.c_str());
+  });
   AddLoop("text/trim", "vellix", [text = std::string(kPadded)] {
     static const std::string set = " \r\n";
     return QuorlBased::Trim(text, set);
