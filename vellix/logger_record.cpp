@@ -10,8 +10,9 @@ void LogRecord::ReserveOnHeap(uint64_t size) {
   text_ = heap_.get();
 }
 
-void LogRecord::ComposeEscaped(const LogFields& fields, LogText& from,
-                               LogText& msg, size_t dumped) {
+void LogRecord::ComposeEscaped(const LogFields& fields, size_t dumped) {
+  LogText from(fields.from);
+  LogText msg(fields.msg);
   from.CountEscapes();
   msg.CountEscapes();
   Reserve(FixedLength(dumped) + from.EscapedLength() + msg.EscapedLength());

@@ -33,12 +33,12 @@ class LogRecord {
   // Throws std::bad_alloc, and std::length_error for a line that one Write
   // cannot take.
   explicit LogRecord(const LogFields& fields) {
-    LogText from(fields.from);
-    LogText msg(fields.msg);
+    const LogText from(fields.from);
+    const LogText msg(fields.msg);
     const size_t dumped = fields.data ? std::min(fields.size, kMaxData) : 0;
     Reserve(FixedLength(dumped) + from.Length() + msg.Length());
     if (Compose<&LogText::AppendPlain>(fields, from, msg, dumped)) return;
-    ComposeEscaped(fields, from, msg, dumped);
+    ComposeEscaped(fields, dumped);
   }
   LogRecord(const LogRecord&) = delete;
   LogRecord& operator=(const LogRecord&) = delete;
@@ -108,8 +108,9 @@ class LogRecord {
     return true;
   }
 
-  void ComposeEscaped(const LogFields& fields, LogText& from, LogText& msg,
-                      size_t dumped);
+  // Takes the lengths of the texts anew: references to those of the fast path
+  // would keep them in memory there.
+  void ComposeEscaped(const LogFields& fields, size_t dumped);
 
   // Most log records need no heap.
   char room_[4096];
