@@ -30,22 +30,22 @@ class LogText {
   char* AppendPlain(char* out) const {
     if (length_ < 8) return AppendFew(out);
     const size_t last = length_ - 8;
-    for (size_t i = 0; i < last; i += 8) {
-      if (CopyEight(text_ + i, out + i)) return nullptr;
-    }
+    uint64_t ends = 0;
+    for (size_t i = 0; i < last; i += 8) ends |= CopyEight(text_ + i, out + i);
     // The last eight overlap what came before.
-    return CopyEight(text_ + last, out + last) ? nullptr : out + length_;
+    ends |= CopyEight(text_ + last, out + last);
+    return ends ? nullptr : out + length_;
   }
 
  private:
-  // Copies eight bytes; true when one of them is below 14, as line feed (10)
+  // Copies eight bytes; not 0 when one of them is below 14, as line feed (10)
   // and carriage return (13) are.
-  static bool CopyEight(const char* from, char* to) {
+  static uint64_t CopyEight(const char* from, char* to) {
     constexpr uint64_t kOnes = 0x0101010101010101;
     uint64_t bytes = 0;
     memcpy(&bytes, from, sizeof bytes);
     memcpy(to, &bytes, sizeof bytes);
-    return ((bytes - kOnes * 14) & ~bytes & (kOnes * 0x80)) != 0;
+    return (bytes - kOnes * 14) & ~bytes & (kOnes * 0x80);
   }
 
   char* AppendFew(char* out) const {
