@@ -93,24 +93,23 @@ std::string WithoutCase(const std::string& s, char first, char last) {
 }  // namespace
 
 std::string IntToStr(int32_t value) {
-  char digits[12];
-  char* const end = digits + sizeof(digits);
-  char* begin = end;
-  // Two digits at a time, the last ones first.
   uint32_t left = value < 0 ? 0U - static_cast<uint32_t>(value)
                             : static_cast<uint32_t>(value);
+  size_t length = value < 0 ? 2 : 1;
+  for (uint64_t power = 10; power <= left; power *= 10) ++length;
+  std::string text(length, '-');
+  char* begin = text.data() + length;
+  // Two digits at a time, the last ones first.
   for (; left >= 100; left /= 100) {
     begin -= 2;
     memcpy(begin, &kPairs[left % 100], 2);
   }
   if (left >= 10) {
-    begin -= 2;
-    memcpy(begin, &kPairs[left], 2);
+    memcpy(begin - 2, &kPairs[left], 2);
   } else {
-    *--begin = static_cast<char>('0' + left);
+    begin[-1] = static_cast<char>('0' + left);
   }
-  if (value < 0) *--begin = '-';
-  return {begin, static_cast<size_t>(end - begin)};
+  return text;
 }
 
 int32_t StrToInt(const std::string& s) {
