@@ -96,12 +96,7 @@ int32_t file_read(int32_t handle, void* buffer, uint32_t count) {
 }
 
 int32_t file_write(int32_t handle, const void* buffer, uint32_t count) {
-  return kSysutils.Guard(-1, [&] {
-    if (!buffer) kSysutils.Raise(kNullPointer, "Bad pointer");
-    const auto moved = static_cast<int32_t>(write(handle, buffer, count));
-    if (moved == -1) kSysutils.RaiseErrno(kFileFailure, "file_write error");
-    return moved;
-  });
+  return kSysutils.Guard(-1, [&] { return WriteSome(handle, buffer, count); });
 }
 
 bool file_set_current_end(int32_t handle) {

@@ -3,8 +3,12 @@
 #ifndef VELLIX_SYSUTILS_FILES_CORE_H_
 #define VELLIX_SYSUTILS_FILES_CORE_H_
 
+#include <unistd.h>
+
 #include <cstdint>
 #include <string>
+
+#include "vellix/sysutils_internal.h"
 
 namespace QuorlBased {
 
@@ -14,6 +18,16 @@ void CloseFile(int32_t handle);
 
 // Sets `*met_end`, unless null, if nothing was left to read.
 int32_t ReadSome(int32_t handle, void* buffer, uint32_t count, bool* met_end);
+
+// Inline for the logger: see LogFile.
+[[gnu::always_inline]] inline int32_t WriteSome(int32_t handle,
+                                                const void* buffer,
+                                                uint32_t count) {
+  if (!buffer) kSysutils.Raise(kNullPointer, "Bad pointer");
+  const auto moved = static_cast<int32_t>(write(handle, buffer, count));
+  if (moved == -1) kSysutils.RaiseErrno(kFileFailure, "file_write error");
+  return moved;
+}
 
 void SetCurrentEnd(int32_t handle);
 
