@@ -84,10 +84,21 @@ void GrowBlock(const Portion& portion, size_t total) {
   free(block);
 }
 
-void AddWrites(const std::string& job, size_t total) {
+void AddGrowth(const std::string& job, size_t total) {
   AddLoop(job, "realloc", [portion = Portion(), total] {
     GrowBlock<LeaveRecord>(portion, total);
   });
+  AddLoop(job, "vellix", [portion = Portion(), total] {
+    CMemoryStream out;
+    for (size_t at = 0; at < total; at += portion.size) {
+      out.Write(portion.bytes.data(), static_cast<uint32_t>(portion.size));
+    }
+    benchmark::DoNotOptimize(out.GetMemory());
+  });
+}
+
+void AddWrites(const std::string& job, size_t total) {
+  AddGrowth(job, total);
   AddLoop(job, "realloc-clear", [portion = Portion(), total] {
     GrowBlock<ClearRecord>(portion, total);
   });
@@ -106,19 +117,12 @@ void AddWrites(const std::string& job, size_t total) {
     }
     benchmark::DoNotOptimize(out);
   });
-  AddLoop(job, "vellix", [portion = Portion(), total] {
-    CMemoryStream out;
-    for (size_t at = 0; at < total; at += portion.size) {
-      out.Write(portion.bytes.data(), static_cast<uint32_t>(portion.size));
-    }
-    benchmark::DoNotOptimize(out.GetMemory());
-  });
 }
 
 template <void (*kEnd)()>
 void AddBlockReads(const std::string& job, const std::string& by) {
   AddLoop(job, by, [portion = Portion(), from = RandomBytes(kMegabyte)] {
-    char out[kPortion];
+    alignas(kPortion) char out[kPortion];
     for (size_t at = 0; at < kMegabyte; at += portion.size) {
       memcpy(out, from.data() + at, portion.size);
       benchmark::DoNotOptimize(out);
@@ -134,7 +138,7 @@ void AddReads() {
   AddLoop(kJob, "stringstream",
           [portion = Portion(), bytes = RandomBytes(kMegabyte)] {
             static std::stringstream from(bytes);
-            char out[kPortion];
+            alignas(kPortion) char out[kPortion];
             from.clear();
             from.seekg(0);
             const auto size = static_cast<std::streamsize>(portion.size);
@@ -146,7 +150,7 @@ void AddReads() {
       stream->Write(RandomBytes(kMegabyte).data(), kMegabyte);
       return stream;
     }();
-    char out[kPortion];
+    alignas(kPortion) char out[kPortion];
     from->SetPosition(0);
     const auto size = static_cast<uint32_t>(portion.size);
     while (from->Read(out, size) > 0) benchmark::DoNotOptimize(out);
@@ -158,12 +162,7 @@ const Registration kAll([] {
   Add("streams/copy-64MiB", "vellix", CopyStream);
   AddWrites("streams/write-1MiB", kMegabyte);
   AddWrites("streams/write-64MiB", 64 * kMegabyte);
-  AddLoop("streams/write-1GiB", "vellix", [portion = Portion()] {
-    CMemoryStream out;
-    for (size_t at = 0; at < 1024 * kMegabyte; at += portion.size) {
-      out.Write(portion.bytes.data(), static_cast<uint32_t>(portion.size));
-    }
-  });
+  AddGrowth("streams/write-1GiB", 1024 * kMegabyte);
   AddReads();
 });
 
