@@ -76,9 +76,11 @@ def panel(left, title, lines, logarithmic):
         path = " ".join(f"{at_x(x):.1f},{at_y(ns):.1f}" for x, ns in points)
         out.append(f'<polyline points="{path}" fill="none" stroke-width="2" '
                    f'stroke="{COLOURS[by]}"/>')
-        out.append(f'<rect x="{left + 8}" y="{TOP + 9 + 15 * row}" width="14" '
+        # Below the lines, which rise or stay in the upper half.
+        y = TOP + HEIGHT - 8 - 15 * (len(lines) - 1 - row)
+        out.append(f'<rect x="{left + WIDTH - 70}" y="{y - 6}" width="14" '
                    f'height="3" fill="{COLOURS[by]}"/>')
-        out.append(text(left + 28, TOP + 15 + 15 * row, by, "start"))
+        out.append(text(left + WIDTH - 50, y, by, "start"))
     return out
 
 
@@ -91,7 +93,7 @@ def svg(medians):
             return None
         left = LEFT + index * (WIDTH + LEFT + 20)
         shapes += panel(left, title, lines, logarithmic)
-    shapes.append(text(LEFT, 20, "Nanoseconds per record, to a file on disk",
+    shapes.append(text(LEFT, 20, "Nanoseconds per log record, to a file on disk",
                        "start", 14))
     width = len(PANELS) * (WIDTH + LEFT + 20) + 20
     height = TOP + HEIGHT + 50
