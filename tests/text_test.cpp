@@ -73,6 +73,10 @@ TEST(Codecs, DoTheSameOnEachPathAndReadNothingBehindTheInput) {
       HexToBin(hex, reinterpret_cast<char*>(end - size), "");
       hex += BinaryToHexString(end - size, uint32_t(size), &" "[size / 2 % 2]);
       results.insert(text + back + hex);
+      char copy[40'000];
+      const size_t n = path->copy_text(end - size, size_t(size), '!', copy);
+      EXPECT_EQ(string(copy, n), string(end - size, end - size + n));
+      EXPECT_EQ(string(copy, n).find_first_of("!\0"s), string::npos);
       EXPECT_EQ(results.size(), 1U) << path->name << " " << size;
     }
   }
