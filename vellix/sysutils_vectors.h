@@ -37,8 +37,8 @@ struct VectorPath {
   // below it.
   size_t (*decode_hex)(const char* from, size_t size, char* to);
 
-  // Copies up to a NUL or `stop`, or less. May write more of the input than it
-  // says.
+  // Copies at most the bytes before the first NUL or `stop`. May write beyond
+  // the bytes that it returns, but not beyond `size`.
   size_t (*copy_text)(const unsigned char* from, size_t size, char stop,
                       char* to);
 };

@@ -1,4 +1,4 @@
-// Codecs and texts with NEON, which every 64-bit ARM processor has.
+// The codecs with NEON, which every 64-bit ARM processor has.
 #include <arm_neon.h>
 
 #include "vellix/sysutils_vector_kernels.h"
@@ -71,7 +71,7 @@ constexpr VectorPath kNeonPath = {"neon",
                                   Kernels::EncodeHex,
                                   Kernels::DumpHex,
                                   Kernels::DecodeHex,
-                                  Kernels::CopyText};
+                                  LeaveWith};
 
 }  // namespace
 

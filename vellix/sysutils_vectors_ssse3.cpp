@@ -53,8 +53,8 @@ struct Ssse3 {
 }  // namespace
 
 extern const VectorPath kSsse3Path;
-// Digits without separators would gain a quarter at most, and a copied text,
-// whose stores are of 16 bytes, nothing.
+// Left out: digits without separators gain a quarter at most, and copying a
+// text by 16 bytes gains nothing.
 using Kernels = VectorKernels<Ssse3>;
 constexpr VectorPath kSsse3Path = {
     "ssse3",    Kernels::EncodeBase64, Kernels::DecodeBase64,
