@@ -1,6 +1,7 @@
-# std::string::resize_and_overwrite, of C++23, makes a long text without zeroing
-# it first. One file is compiled for that standard where there is one; a string
-# is the same in all of them.
+# Compiles one source as C++23 if the compiler and its library have
+# std::string::resize_and_overwrite, which makes a long text without zeroing it
+# first. The layout of std::string does not depend on the standard, so such a
+# file links with the others.
 include(CheckCXXSourceCompiles)
 
 function(vellix_let_overwrite source)

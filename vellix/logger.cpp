@@ -57,8 +57,9 @@ class WriteMark {
   const bool before_;
 };
 
-// The logger's own file. Append does what Write does and is inlined: on some
-// processors each return after a system call is slow (docs/performance.md).
+// The logger's own file. Append does exactly what CHandleStream::Write and
+// file_write do, without their calls: on some processors each return after a
+// system call is slow (docs/performance.md). A change there is needed here too.
 class LogFile final : public CFileStream {
  public:
   using CFileStream::CFileStream;

@@ -162,8 +162,9 @@ class CQuorlLogger final : public IQuorlLogger {
                    const unsigned char* data, unsigned int size);
 
   std::string log_file_;
-  // Never freed. Kept beyond the teardown, which forgets the target, so that a
-  // leak checker still finds it.
+  // A LogFile; null if the target is a host's stream. Stored once, before
+  // stream_: who has read the target from there may read this too. Never freed
+  // or forgotten, so that its address stays unique and a leak checker finds it.
   IQuorlStream* log_file_stream_ = nullptr;
   std::atomic<IQuorlStream*> stream_{nullptr};
   std::atomic<bool> torn_down_{false};

@@ -108,8 +108,9 @@ class LogRecord {
     return true;
   }
 
-  // Takes the lengths of the texts anew: references to those of the fast path
-  // would keep them in memory there.
+  // Measures the texts again: if the LogTexts of the fast path were passed by
+  // reference, the fast path would have to keep them in memory. Uses the new
+  // lengths alone, since a text may have changed meanwhile.
   void ComposeEscaped(const LogFields& fields, size_t dumped);
 
   // Most log records need no heap.

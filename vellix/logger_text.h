@@ -25,8 +25,9 @@ class LogText {
   // Writes at most EscapedLength() characters to `out` and returns the end.
   char* AppendEscaped(char* out) const;
 
-  // Writes Length() characters to `out` and returns the end; null if the text
-  // needs escapes, and for some texts that do not.
+  // Writes Length() characters to `out` and returns the end. Null if the text
+  // needs escapes, and for some texts that do not: what was written is then of
+  // no use.
   char* AppendPlain(char* out) const {
     if (length_ < 8) return AppendFew(out);
     const size_t last = length_ - 8;

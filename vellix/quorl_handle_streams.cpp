@@ -43,6 +43,7 @@ int32_t CHandleStream::Read(void* buffer, uint32_t count) {
       -1, [&] { return ReadSome(handle_, buffer, count, &eof_); });
 }
 
+// LogFile in logger.cpp does the same inline.
 int32_t CHandleStream::Write(const void* buffer, uint32_t count) {
   eof_ = false;
   return file_write(handle_, buffer, count);

@@ -19,7 +19,7 @@ void CloseFile(int32_t handle);
 // Sets `*met_end`, unless null, if nothing was left to read.
 int32_t ReadSome(int32_t handle, void* buffer, uint32_t count, bool* met_end);
 
-// Inline for the logger: see LogFile.
+// Inline for LogFile in logger.cpp.
 [[gnu::always_inline]] inline int32_t WriteSome(int32_t handle,
                                                 const void* buffer,
                                                 uint32_t count) {

@@ -1,5 +1,5 @@
-// StrReplace. The build compiles this file for the newest standard, for
-// resize_and_overwrite (cmake/Overwrite.cmake).
+// StrReplace. Compiled as C++23 where the compiler has it, for
+// resize_and_overwrite (cmake/Overwrite.cmake); else as C++17.
 #include <algorithm>
 #include <array>
 #include <cstdint>
@@ -19,9 +19,9 @@ namespace {
 // from one to the other.
 constexpr size_t kPiece = 2048;
 
-// Makes `text`, which is empty, of the bytes that `write(char* to)` puts into a
-// room of `size` bytes; it returns their number and throws nothing. C++17 has
-// to zero the room first.
+// Fills the empty `text` with the bytes that `write(char* to)` puts into `size`
+// bytes of room; `write` returns their number and must not throw. C++17 has to
+// zero the room first.
 template <typename Write>
 void Overwrite(std::string& text, size_t size, Write write) {
 #ifdef __cpp_lib_string_resize_and_overwrite
@@ -85,12 +85,12 @@ class Replacer {
         size_(begun.size()),
         text_(std::move(begun)) {
     to_.resize(std::max(to_length_, kStep));
-    // The result of the first hits tells the size of all.
+    // The first hits show how the size changes.
     constexpr size_t kSample = 4096;
     if (text_.empty()) text_.resize(std::min(source.size(), kSample) + kStep);
   }
 
-  // Replaces the next hits, which begin at those positions; not none.
+  // Replaces the next hits, which begin at those positions; `count` is not 0.
   void Replace(const size_t* hits, size_t count) {
     const size_t end = hits[count - 1] + hit_length_;
     const size_t runs = end - read_ - count * hit_length_;
@@ -121,9 +121,9 @@ class Replacer {
  private:
   static constexpr size_t kStep = 16;
 
-  // Makes room for `more` bytes. Grows for all of the result, an eighth in
-  // reserve, if the source goes on as it does before `end`; but not for more
-  // than `more` and one and a half of the source.
+  // Makes room for `more` bytes. Grows to the expected size of the whole result
+  // and an eighth, as if the source went on as it does before `end`; but by at
+  // most `more` and one and a half of the source.
   void MakeRoom(uint64_t more, size_t end) {
     const uint64_t needed = more + size_ + kStep;
     if (needed <= text_.size()) return;

@@ -102,7 +102,7 @@ int32_t StrRPos(const std::string& s, uint32_t start,
 // `s` with every `from` replaced by `to`, from left to right in one pass:
 // replaced text is not searched again. The text after the last `from` ends at
 // its first NUL; without any `from` the result is `s` up to its first NUL. With
-// an empty `from` it is all of `s`.
+// an empty `from` it is all of `s`. Defined in sysutils_replace.cpp.
 std::string StrReplace(const std::string& s, const std::string& from,
                        const std::string& to);
 
